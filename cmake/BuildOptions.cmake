@@ -1,0 +1,9 @@
+# What our own targets are compiled with. `cirrus_build_options` never reaches a host's build.
+add_library(cirrus_build_options INTERFACE)
+target_compile_options(cirrus_build_options INTERFACE -Wall -Wextra -Wpedantic -Wconversion -Wshadow)
+target_include_directories(cirrus_build_options INTERFACE ${PROJECT_SOURCE_DIR})
+
+if(CIRRUS_SANITIZERS)
+    add_compile_options(-fsanitize=${CIRRUS_SANITIZERS} -fno-sanitize-recover=all -fno-omit-frame-pointer)
+    add_link_options(-fsanitize=${CIRRUS_SANITIZERS})
+endif()
