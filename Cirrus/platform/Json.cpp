@@ -71,8 +71,8 @@ private:
     }
 
     bool close() {
-        auto closed = std::visit([](auto& value) { return JsonValue(std::move(value)); },
-                                 open_.back().value);
+        auto closed =
+            std::visit([](auto& value) { return JsonValue(std::move(value)); }, open_.back().value);
         open_.pop_back();
         return add(std::move(closed));
     }

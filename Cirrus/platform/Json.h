@@ -23,15 +23,25 @@ public:
                                  std::string, Array, Object>;
 
     JsonValue() = default;
+
     JsonValue(std::nullptr_t) {}
+
     JsonValue(bool value) : storage_(value) {}
+
     JsonValue(int value) : storage_(static_cast<std::int64_t>(value)) {}
+
     JsonValue(std::int64_t value) : storage_(value) {}
+
     JsonValue(std::uint64_t value) : storage_(value) {}
+
     JsonValue(double value) : storage_(value) {}
+
     JsonValue(const char* value) : storage_(std::string(value)) {}
+
     JsonValue(std::string value) : storage_(std::move(value)) {}
+
     JsonValue(Array value) : storage_(std::move(value)) {}
+
     JsonValue(Object value) : storage_(std::move(value)) {}
 
     /// The value as this type, or null when it is of another.

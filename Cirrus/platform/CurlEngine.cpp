@@ -1,0 +1,477 @@
+#include "Cirrus/platform/CurlEngine.h"
+
+#include <curl/curl.h>
+#include <sys/socket.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <array>
+#include <limits>
+#include <mutex>
+#include <unordered_map>
+#include <utility>
+#include <vector>
+
+#include "Cirrus/platform/IdleWatch.h"
+#include "Cirrus/platform/Poller.h"
+#include "Cirrus/platform/TransportError.h"
+
+namespace cirrus {
+
+namespace {
+
+using Clock = IdleWatch::Clock;
+
+/// Uploads over HTTP/2 stall or crawl in the libcurl versions that distributions carry, and a job
+/// has one request in flight at a time.
+constexpr long httpVersion = CURL_HTTP_VERSION_1_1;
+
+/// Longest answer that is taken; a tree of JSON needs many times the memory of its text.
+constexpr std::size_t longestAnswer = std::size_t{8} * 1024 * 1024;
+
+/// Longest idleness in which a kept connection is used again. Servers close theirs after longer.
+constexpr long longestReuse = 15;
+
+/// The part of the idle limit after which movement is looked at again.
+constexpr int looksPerLimit = 80;
+
+AnyError transportError(CURLcode code, std::string text) {
+    using enum ConnectionError::Reason;
+    constexpr std::array<std::pair<CURLcode, ConnectionError::Reason>, 6> actionable{{
+        {CURLE_COULDNT_RESOLVE_PROXY, noConnection},
+        {CURLE_COULDNT_RESOLVE_HOST, noConnection},
+        {CURLE_COULDNT_CONNECT, noConnection},
+        {CURLE_OPERATION_TIMEDOUT, timedOut},
+        {CURLE_PEER_FAILED_VERIFICATION, untrustedCertificate},
+        {CURLE_SSL_ISSUER_ERROR, untrustedCertificate},
+    }};
+    const auto* found =
+        std::ranges::find(actionable, code, &std::pair<CURLcode, ConnectionError::Reason>::first);
+    if (found != actionable.end()) {
+        return AnyError(ConnectionError{found->second, code, std::move(text)});
+    }
+    return AnyError(TransportError{code, std::move(text)});
+}
+
+/// One transfer in libcurl's hands.
+class Exchange {
+public:
+    Exchange(std::unique_ptr<Transfer> transfer, std::optional<LoopbackPeer> peer)
+        : transfer_(std::move(transfer)),
+          peer_(std::move(peer)),
+          idleWatch_(peer_ && peer_->idleLimit ? *peer_->idleLimit : transfer_->request.timeout),
+          easy_(curl_easy_init()) {
+        setConnection();
+        setRequest();
+        setCallbacks();
+        if (peer_) {
+            setPeer();
+        }
+    }
+
+    Exchange(const Exchange&) = delete;
+    Exchange& operator=(const Exchange&) = delete;
+
+    ~Exchange() {
+        curl_easy_cleanup(easy_);
+        curl_slist_free_all(headers_);
+        curl_slist_free_all(connectTo_);
+    }
+
+    [[nodiscard]] CURL* easy() const { return easy_; }
+
+    IdleWatch& idleWatch() { return idleWatch_; }
+
+    /// Bytes sent and received as libcurl counts them.
+    [[nodiscard]] std::uint64_t byteCount() const {
+        return static_cast<std::uint64_t>(get<curl_off_t>(CURLINFO_SIZE_UPLOAD_T) +
+                                          get<curl_off_t>(CURLINFO_SIZE_DOWNLOAD_T));
+    }
+
+    [[nodiscard]] TaskOutcome outcome(CURLcode code) const {
+        if (code != CURLE_OK) {
+            return {.body = {}, .response = {}, .error = transportError(code, errorText(code))};
+        }
+        constexpr int noContent = 204;
+        auto response = receivedResponse();
+        auto body = response.statusCode == noContent ? std::nullopt : std::optional(body_);
+        return {.body = std::move(body), .response = std::move(response), .error = {}};
+    }
+
+    [[nodiscard]] std::unique_ptr<Transfer> takeTransfer() { return std::move(transfer_); }
+
+private:
+    void setConnection() {
+        set(CURLOPT_NOSIGNAL, 1L);
+        set(CURLOPT_PROTOCOLS_STR, "https");
+        set(CURLOPT_HTTP_VERSION, httpVersion);
+        set(CURLOPT_SSLVERSION, static_cast<long>(CURL_SSLVERSION_TLSv1_2));
+        set(CURLOPT_MAXAGE_CONN, longestReuse);
+        // The idle limit counts here as everywhere, and libcurl's own limits would cut it short.
+        set(CURLOPT_CONNECTTIMEOUT_MS, static_cast<long>(std::numeric_limits<int>::max()));
+        set(CURLOPT_QUICK_EXIT, 1L);
+        set(CURLOPT_OPENSOCKETFUNCTION, &Exchange::openSocket);
+    }
+
+    void setRequest() {
+        const auto& request = transfer_->request;
+        set(CURLOPT_URL, request.url.text().c_str());
+        set(CURLOPT_PATH_AS_IS, 1L);
+        set(CURLOPT_FOLLOWLOCATION, 0L);
+        if (request.method == "POST") {
+            // The bytes stay ours: libcurl reads them piece by piece.
+            const auto bytes = request.body.characters();
+            set(CURLOPT_POSTFIELDS, bytes.empty() ? "" : bytes.data());
+            set(CURLOPT_POSTFIELDSIZE_LARGE, static_cast<curl_off_t>(bytes.size()));
+        } else {
+            set(CURLOPT_CUSTOMREQUEST, request.method.c_str());
+        }
+        setHeaders(request.headers);
+    }
+
+    void setHeaders(const HeaderFields& fields) {
+        for (const auto& [name, value] : fields) {
+            // libcurl would believe a length given here; the body's own frames the message.
+            if (!HeaderFields::key_compare::areEqual(name, "Content-Length")) {
+                addHeader(name + (value.empty() ? ";" : ": " + value));
+            }
+        }
+        addHeader("Expect:");
+        if (!fields.contains("Content-Type")) {
+            addHeader("Content-Type:");
+        }
+        set(CURLOPT_HTTPHEADER, headers_);
+    }
+
+    void addHeader(const std::string& line) {
+        headers_ = curl_slist_append(headers_, line.c_str());
+    }
+
+    void setCallbacks() {
+        set(CURLOPT_ERRORBUFFER, errorText_.data());
+        set(CURLOPT_WRITEFUNCTION, &Exchange::receive);
+        set(CURLOPT_WRITEDATA, this);
+        set(CURLOPT_NOPROGRESS, 0L);
+        set(CURLOPT_XFERINFOFUNCTION, &Exchange::advance);
+        set(CURLOPT_XFERINFODATA, this);
+        set(CURLOPT_PREREQFUNCTION, &Exchange::beginRequest);
+        set(CURLOPT_PREREQDATA, this);
+    }
+
+    void setPeer() {
+        connectTo_ =
+            curl_slist_append(nullptr, ("::127.0.0.1:" + std::to_string(peer_->port)).c_str());
+        curl_blob authority{.data = peer_->certificateAuthority.data(),
+                            .len = peer_->certificateAuthority.size(),
+                            .flags = CURL_BLOB_NOCOPY};
+        set(CURLOPT_CONNECT_TO, connectTo_);
+        set(CURLOPT_CAINFO_BLOB, &authority);
+        set(CURLOPT_CAPATH, nullptr);
+        set(CURLOPT_PROXY, "");
+    }
+
+    template <class Value>
+    void set(CURLoption option, Value value) {
+        curl_easy_setopt(easy_, option, value);
+    }
+
+    template <class Value>
+    [[nodiscard]] Value get(CURLINFO info) const {
+        Value value{};
+        curl_easy_getinfo(easy_, info, &value);
+        return value;
+    }
+
+    [[nodiscard]] std::string errorText(CURLcode code) const {
+        if (code == CURLE_OPERATION_TIMEDOUT) {
+            return "Nothing moved for " + std::to_string(idleWatch_.limit().count()) + " ms";
+        }
+        if (!refusal_.empty()) {
+            return refusal_;
+        }
+        return errorText_.front() != '\0' ? errorText_.data() : curl_easy_strerror(code);
+    }
+
+    [[nodiscard]] HttpResponse receivedResponse() const {
+        HttpResponse response{.statusCode = static_cast<int>(get<long>(CURLINFO_RESPONSE_CODE)),
+                              .headers = {}};
+        constexpr int lastAnswer = -1;
+        curl_header* header = nullptr;
+        while ((header = curl_easy_nextheader(easy_, CURLH_HEADER, lastAnswer, header)) !=
+               nullptr) {
+            auto [field, isNew] = response.headers.try_emplace(header->name, header->value);
+            if (!isNew) {
+                field->second += std::string(", ") + header->value;
+            }
+        }
+        return response;
+    }
+
+    static curl_socket_t openSocket(void*, curlsocktype, curl_sockaddr* address) noexcept {
+        const int socket =
+            ::socket(address->family, address->socktype | SOCK_CLOEXEC, address->protocol);
+        limitUnsentBacklog(socket);
+        return socket;
+    }
+
+    static std::size_t receive(const char* bytes, std::size_t, std::size_t count, void* self) {
+        auto& exchange = *static_cast<Exchange*>(self);
+        if (count > longestAnswer - exchange.body_.size()) {
+            exchange.refusal_ = "The answer is longer than 8 MiB";
+            return CURL_WRITEFUNC_ERROR;
+        }
+        exchange.body_.append(bytes, count);
+        return count;
+    }
+
+    static int advance(void* self, curl_off_t, curl_off_t, curl_off_t, curl_off_t sent) {
+        auto& exchange = *static_cast<Exchange*>(self);
+        if (std::exchange(exchange.sent_, sent) != sent) {
+            exchange.transfer_->progress->setCompletedUnitCount(static_cast<std::uint64_t>(sent));
+        }
+        return CURL_PROGRESSFUNC_CONTINUE;
+    }
+
+    /// libcurl begins a request anew when a kept connection turns out to be dead. What the server
+    /// has already done with it is not known then, so it must not be sent again.
+    static int beginRequest(void* self, char*, char*, int, int) {
+        auto& exchange = *static_cast<Exchange*>(self);
+        if (std::exchange(exchange.hasBegun_, true)) {
+            exchange.refusal_ = "The connection was lost before the answer";
+            return CURL_PREREQFUNC_ABORT;
+        }
+        return CURL_PREREQFUNC_OK;
+    }
+
+    std::unique_ptr<Transfer> transfer_;
+    std::optional<LoopbackPeer> peer_;
+    IdleWatch idleWatch_;
+    CURL* easy_;
+    curl_slist* headers_ = nullptr;
+    curl_slist* connectTo_ = nullptr;
+    std::array<char, CURL_ERROR_SIZE> errorText_{};
+    std::string refusal_;
+    std::string body_;
+    curl_off_t sent_ = 0;
+    bool hasBegun_ = false;
+};
+
+} // namespace
+
+/// The loop of the network thread.
+class CurlEngine::Loop {
+public:
+    explicit Loop(Finished finished) : finished_(std::move(finished)) {
+        curl_global_init(CURL_GLOBAL_DEFAULT);
+    }
+
+    void submit(std::unique_ptr<Transfer> transfer) {
+        {
+            const std::scoped_lock lock(mutex_);
+            if (isStopping_) {
+                return;
+            }
+            submitted_.push_back({std::move(transfer), peer_});
+        }
+        poller_.wake();
+    }
+
+    void setPeer(std::optional<LoopbackPeer> peer) {
+        const std::scoped_lock lock(mutex_);
+        peer_ = std::move(peer);
+    }
+
+    void run() {
+        multi_ = curl_multi_init();
+        set(CURLMOPT_SOCKETFUNCTION, &Loop::socketChanged);
+        set(CURLMOPT_SOCKETDATA, this);
+        set(CURLMOPT_TIMERFUNCTION, &Loop::timerChanged);
+        set(CURLMOPT_TIMERDATA, this);
+        while (beginSubmitted()) {
+            poller_.wait(timeUntilNextLook(), [this](const Poller::Event& event) {
+                act(event.socket, (event.canRead ? CURL_CSELECT_IN : 0) |
+                                      (event.canWrite ? CURL_CSELECT_OUT : 0) |
+                                      (event.hasFailed ? CURL_CSELECT_ERR : 0));
+            });
+            if (timer_ && *timer_ <= Clock::now()) {
+                timer_.reset();
+                act(CURL_SOCKET_TIMEOUT, 0);
+            }
+            collectFinished();
+            endIdle();
+        }
+        dropAll();
+        curl_multi_cleanup(multi_);
+    }
+
+    void stop() {
+        {
+            const std::scoped_lock lock(mutex_);
+            isStopping_ = true;
+        }
+        poller_.wake();
+    }
+
+private:
+    struct Submitted {
+        std::unique_ptr<Transfer> transfer;
+        std::optional<LoopbackPeer> peer;
+    };
+
+    template <class Value>
+    void set(CURLMoption option, Value value) {
+        curl_multi_setopt(multi_, option, value);
+    }
+
+    void act(curl_socket_t socket, int events) {
+        int running = 0;
+        curl_multi_socket_action(multi_, socket, events, &running);
+    }
+
+    /// Begins what was submitted; false once the engine is to stop.
+    bool beginSubmitted() {
+        std::vector<Submitted> submitted;
+        {
+            const std::scoped_lock lock(mutex_);
+            if (isStopping_) {
+                return false;
+            }
+            submitted.swap(submitted_);
+        }
+        for (auto& [transfer, peer] : submitted) {
+            begin(std::move(transfer), std::move(peer));
+        }
+        return true;
+    }
+
+    void begin(std::unique_ptr<Transfer> transfer, std::optional<LoopbackPeer> peer) {
+        auto exchange = std::make_unique<Exchange>(std::move(transfer), std::move(peer));
+        CURL* easy = exchange->easy();
+        exchanges_.emplace(easy, std::move(exchange));
+        curl_multi_add_handle(multi_, easy);
+    }
+
+    void collectFinished() {
+        int left = 0;
+        while (const CURLMsg* message = curl_multi_info_read(multi_, &left)) {
+            if (message->msg == CURLMSG_DONE) {
+                end(message->easy_handle, message->data.result);
+            }
+        }
+    }
+
+    void end(CURL* easy, CURLcode code) {
+        curl_multi_remove_handle(multi_, easy);
+        auto found = exchanges_.extract(easy);
+        const auto& exchange = found.mapped();
+        auto outcome = exchange->outcome(code);
+        finished_(exchange->takeTransfer(), std::move(outcome));
+    }
+
+    /// When to look at timers and movement next; nothing when there is neither.
+    [[nodiscard]] std::optional<std::chrono::milliseconds> timeUntilNextLook() const {
+        std::optional<Clock::time_point> next = timer_;
+        if (!exchanges_.empty()) {
+            next = std::min(next.value_or(nextLook_), nextLook_);
+        }
+        if (!next) {
+            return std::nullopt;
+        }
+        return std::chrono::ceil<std::chrono::milliseconds>(*next - Clock::now());
+    }
+
+    void endIdle() {
+        const auto now = Clock::now();
+        if (now < nextLook_) {
+            return;
+        }
+        auto shortestLimit = std::chrono::milliseconds(std::chrono::seconds(10));
+        std::vector<CURL*> idle;
+        for (const auto& [easy, exchange] : exchanges_) {
+            auto& watch = exchange->idleWatch();
+            shortestLimit = std::min(shortestLimit, watch.limit());
+            if (watch.hasIdledOut(now, exchange->byteCount())) {
+                idle.push_back(easy);
+            }
+        }
+        nextLook_ = now + shortestLimit / looksPerLimit;
+        for (CURL* easy : idle) {
+            end(easy, CURLE_OPERATION_TIMEDOUT);
+        }
+    }
+
+    void dropAll() {
+        for (const auto& [easy, exchange] : exchanges_) {
+            curl_multi_remove_handle(multi_, easy);
+        }
+        exchanges_.clear();
+    }
+
+    static int socketChanged(CURL* easy, curl_socket_t socket, int what, void* self, void*) {
+        auto& loop = *static_cast<Loop*>(self);
+        loop.poller_.watch(socket, interestOf(what));
+        const auto found = loop.exchanges_.find(easy);
+        if (found != loop.exchanges_.end()) {
+            auto& watch = found->second->idleWatch();
+            what == CURL_POLL_REMOVE ? watch.remove(socket) : watch.add(socket);
+        }
+        return 0;
+    }
+
+    static Poller::Interest interestOf(int what) {
+        switch (what) {
+        case CURL_POLL_IN:
+            return Poller::Interest::read;
+        case CURL_POLL_OUT:
+            return Poller::Interest::write;
+        case CURL_POLL_INOUT:
+            return Poller::Interest::readAndWrite;
+        default:
+            return Poller::Interest::none;
+        }
+    }
+
+    static int timerChanged(CURLM*, long milliseconds, void* self) {
+        auto& timer = static_cast<Loop*>(self)->timer_;
+        if (milliseconds < 0) {
+            timer.reset();
+        } else {
+            timer = Clock::now() + std::chrono::milliseconds(milliseconds);
+        }
+        return 0;
+    }
+
+    Finished finished_;
+    Poller poller_;
+    CURLM* multi_ = nullptr;
+    std::optional<Clock::time_point> timer_;
+    Clock::time_point nextLook_;
+    std::unordered_map<CURL*, std::unique_ptr<Exchange>> exchanges_;
+
+    std::mutex mutex_;
+    std::vector<Submitted> submitted_;
+    std::optional<LoopbackPeer> peer_;
+    bool isStopping_ = false;
+};
+
+CurlEngine::CurlEngine(Finished finished) : loop_(std::make_unique<Loop>(std::move(finished))) {}
+
+CurlEngine::~CurlEngine() = default;
+
+void CurlEngine::submit(std::unique_ptr<Transfer> transfer) {
+    loop_->submit(std::move(transfer));
+}
+
+void CurlEngine::setPeer(std::optional<LoopbackPeer> peer) {
+    loop_->setPeer(std::move(peer));
+}
+
+void CurlEngine::run() {
+    loop_->run();
+}
+
+void CurlEngine::stop() {
+    loop_->stop();
+}
+
+} // namespace cirrus

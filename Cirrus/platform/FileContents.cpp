@@ -1,0 +1,87 @@
+#include "Cirrus/platform/FileContents.h"
+
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <system_error>
+
+namespace cirrus {
+
+namespace {
+
+class FileDescriptor {
+public:
+    explicit FileDescriptor(int descriptor) : descriptor_(descriptor) {}
+
+    FileDescriptor(const FileDescriptor&) = delete;
+    FileDescriptor& operator=(const FileDescriptor&) = delete;
+
+    ~FileDescriptor() {
+        if (descriptor_ >= 0) {
+            ::close(descriptor_);
+        }
+    }
+
+    [[nodiscard]] int get() const { return descriptor_; }
+
+private:
+    int descriptor_;
+};
+
+std::unexpected<FileReadError> systemError(int code) {
+    return std::unexpected(FileReadError{code, std::generic_category().message(code)});
+}
+
+} // namespace
+
+std::optional<std::uint64_t> fileSize(const std::filesystem::path& path) {
+    struct stat attributes{};
+    if (::stat(path.c_str(), &attributes) != 0 || attributes.st_size < 0) {
+        return std::nullopt;
+    }
+    return static_cast<std::uint64_t>(attributes.st_size);
+}
+
+Result<Data, FileReadError> readFile(const std::filesystem::path& path) {
+    // Without O_NONBLOCK, opening a FIFO would wait for its writer.
+    const FileDescriptor file(::open(path.c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC));
+    struct stat attributes{};
+    if (file.get() < 0 || ::fstat(file.get(), &attributes) != 0) {
+        return systemError(errno);
+    }
+    if (!S_ISREG(attributes.st_mode)) {
+        return std::unexpected(FileReadError{EINVAL, "Not a regular file"});
+    }
+    const auto size = static_cast<std::size_t>(attributes.st_size);
+    std::unique_ptr<std::byte[]> bytes(new (std::nothrow) std::byte[size]);
+    if (!bytes) {
+        return systemError(ENOMEM);
+    }
+    std::size_t filled = 0;
+    while (filled < size) {
+        const auto count = ::read(file.get(), bytes.get() + filled, size - filled);
+        if (count < 0 && errno == EINTR) {
+            continue;
+        }
+        if (count < 0) {
+            return systemError(errno);
+        }
+        if (count == 0) {
+            break;
+        }
+        filled += static_cast<std::size_t>(count);
+    }
+    return Data(std::move(bytes), filled);
+}
+
+std::string lastPathComponent(const std::filesystem::path& path) {
+    if (path.has_filename()) {
+        return path.filename().string();
+    }
+    const auto parent = path.parent_path();
+    return parent.has_filename() ? parent.filename().string() : path.string();
+}
+
+} // namespace cirrus

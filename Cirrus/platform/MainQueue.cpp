@@ -1,0 +1,139 @@
+#include "Cirrus/platform/MainQueue.h"
+
+#include <sys/eventfd.h>
+#include <unistd.h>
+
+#include <condition_variable>
+#include <deque>
+#include <memory>
+#include <mutex>
+#include <utility>
+
+namespace cirrus {
+
+namespace {
+
+class BuiltInQueue {
+public:
+    void post(MainQueue::Task task) {
+        {
+            const std::scoped_lock lock(mutex_);
+            if (tasks_.empty()) {
+                ::eventfd_write(descriptor_, 1);
+            }
+            tasks_.push_back(std::move(task));
+        }
+        changed_.notify_one();
+    }
+
+    /// The first task; none when the queue is empty.
+    MainQueue::Task take() {
+        const std::scoped_lock lock(mutex_);
+        return tasks_.empty() ? MainQueue::Task() : takeFirst();
+    }
+
+    /// The first task, waiting for it; none once `stop` was called.
+    MainQueue::Task wait() {
+        std::unique_lock lock(mutex_);
+        changed_.wait(lock, [this] { return isStopping_ || !tasks_.empty(); });
+        return std::exchange(isStopping_, false) ? MainQueue::Task() : takeFirst();
+    }
+
+    void stop() {
+        {
+            const std::scoped_lock lock(mutex_);
+            isStopping_ = true;
+        }
+        changed_.notify_all();
+    }
+
+    [[nodiscard]] std::size_t size() const {
+        const std::scoped_lock lock(mutex_);
+        return tasks_.size();
+    }
+
+    [[nodiscard]] int descriptor() const { return descriptor_; }
+
+private:
+    MainQueue::Task takeFirst() {
+        auto task = std::move(tasks_.front());
+        tasks_.pop_front();
+        if (tasks_.empty()) {
+            eventfd_t counter = 0;
+            ::eventfd_read(descriptor_, &counter);
+        }
+        return task;
+    }
+
+    mutable std::mutex mutex_;
+    std::condition_variable changed_;
+    std::deque<MainQueue::Task> tasks_;
+    bool isStopping_ = false;
+    int descriptor_ = ::eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK);
+};
+
+struct Shared {
+    BuiltInQueue builtIn;
+    std::mutex mutex;
+    std::shared_ptr<const MainQueue::Dispatcher> dispatcher;
+};
+
+/// Never destroyed: a library thread may post while the process is ending.
+Shared& shared() {
+    static auto* const instance = new Shared;
+    return *instance;
+}
+
+std::shared_ptr<const MainQueue::Dispatcher> currentDispatcher() {
+    const std::scoped_lock lock(shared().mutex);
+    return shared().dispatcher;
+}
+
+} // namespace
+
+void MainQueue::setDispatcher(Dispatcher dispatcher) {
+    std::shared_ptr<const Dispatcher> replaced;
+    if (dispatcher) {
+        replaced = std::make_shared<const Dispatcher>(std::move(dispatcher));
+    }
+    const std::scoped_lock lock(shared().mutex);
+    shared().dispatcher.swap(replaced);
+}
+
+void MainQueue::post(Task task) {
+    if (const auto dispatcher = currentDispatcher()) {
+        (*dispatcher)(std::move(task));
+    } else {
+        shared().builtIn.post(std::move(task));
+    }
+}
+
+void MainQueue::run() {
+    while (auto task = shared().builtIn.wait()) {
+        task();
+    }
+}
+
+std::size_t MainQueue::drain() {
+    const auto waiting = shared().builtIn.size();
+    std::size_t count = 0;
+    while (count < waiting) {
+        auto task = shared().builtIn.take();
+        if (!task) {
+            break;
+        }
+        task();
+        ++count;
+    }
+    return count;
+}
+
+int MainQueue::descriptor() {
+    return shared().builtIn.descriptor();
+}
+
+void MainQueue::stop() {
+    shared().builtIn.stop();
+}
+
+} // namespace cirrus

@@ -1,0 +1,212 @@
+#include "Cirrus/platform/Progress.h"
+
+#include <algorithm>
+#include <atomic>
+#include <cmath>
+#include <mutex>
+#include <unordered_map>
+#include <utility>
+#include <vector>
+
+namespace cirrus {
+
+namespace {
+
+/// Children's shares are rounded down to multiples of this (a power of two), so that sums of them
+/// are exact: nothing drifts, however often they change.
+constexpr double finestShare = 1.0 / (1U << 20U);
+
+struct Child {
+    std::uint64_t pendingUnitCount = 0;
+    double share = 0;
+};
+
+} // namespace
+
+class ProgressObservation::Observer {
+public:
+    explicit Observer(Progress::Handler handler)
+        : handler_(std::make_shared<const Progress::Handler>(std::move(handler))) {}
+
+    void call(const Progress& progress) {
+        if (const auto handler = current()) {
+            (*handler)(progress);
+        }
+    }
+
+    void end() {
+        std::shared_ptr<const Progress::Handler> released;
+        const std::scoped_lock lock(mutex_);
+        released.swap(handler_);
+    }
+
+private:
+    std::shared_ptr<const Progress::Handler> current() {
+        const std::scoped_lock lock(mutex_);
+        return handler_;
+    }
+
+    std::mutex mutex_;
+    std::shared_ptr<const Progress::Handler> handler_;
+};
+
+ProgressObservation::ProgressObservation(std::shared_ptr<Observer> observer)
+    : observer_(std::move(observer)) {}
+
+ProgressObservation& ProgressObservation::operator=(ProgressObservation&& other) noexcept {
+    if (this != &other) {
+        invalidate();
+        observer_ = std::move(other.observer_);
+    }
+    return *this;
+}
+
+ProgressObservation::~ProgressObservation() {
+    invalidate();
+}
+
+void ProgressObservation::invalidate() {
+    if (const auto observer = std::exchange(observer_, nullptr)) {
+        observer->end();
+    }
+}
+
+struct Progress::State {
+    explicit State(std::uint64_t total) : totalUnitCount(total) {}
+
+    [[nodiscard]] double fraction() const {
+        if (isFinished) {
+            return 1;
+        }
+        if (totalUnitCount == 0) {
+            return 0;
+        }
+        const double done = static_cast<double>(completedUnitCount) +
+                            static_cast<double>(finishedChildrenUnitCount) + activeShares;
+        return std::min(done / static_cast<double>(totalUnitCount), 1.0);
+    }
+
+    const std::uint64_t totalUnitCount;
+    mutable std::mutex mutex;
+    std::uint64_t completedUnitCount = 0;
+    std::uint64_t finishedChildrenUnitCount = 0;
+    double activeShares = 0;
+    bool isFinished = false;
+    std::uint64_t childCount = 0;
+    std::unordered_map<std::uint64_t, Child> activeChildren;
+    std::vector<std::weak_ptr<ProgressObservation::Observer>> observers;
+    std::weak_ptr<Progress> parent;
+    std::uint64_t numberInParent = 0;
+    bool hasParent = false;
+};
+
+std::shared_ptr<Progress> Progress::create(std::uint64_t totalUnitCount) {
+    return std::shared_ptr<Progress>(new Progress(totalUnitCount));
+}
+
+Progress::Progress(std::uint64_t totalUnitCount)
+    : state_(std::make_unique<State>(totalUnitCount)) {}
+
+Progress::~Progress() = default;
+
+std::uint64_t Progress::totalUnitCount() const {
+    return state_->totalUnitCount;
+}
+
+double Progress::fractionCompleted() const {
+    const std::scoped_lock lock(state_->mutex);
+    return state_->fraction();
+}
+
+void Progress::setCompletedUnitCount(std::uint64_t count) {
+    change([count](State& state) {
+        state.completedUnitCount =
+            std::max(state.completedUnitCount, std::min(count, state.totalUnitCount));
+    });
+}
+
+void Progress::finish() {
+    change([](State& state) { state.isFinished = true; });
+}
+
+void Progress::addChild(const std::shared_ptr<Progress>& child, std::uint64_t pendingUnitCount) {
+    std::uint64_t number = 0;
+    {
+        const std::scoped_lock lock(state_->mutex, child->state_->mutex);
+        if (std::exchange(child->state_->hasParent, true)) {
+            return;
+        }
+        number = state_->childCount++;
+        state_->activeChildren.emplace(number, Child{.pendingUnitCount = pendingUnitCount});
+        child->state_->parent = weak_from_this();
+        child->state_->numberInParent = number;
+    }
+    childChanged(number, child->fractionCompleted());
+}
+
+void Progress::childChanged(std::uint64_t childNumber, double fraction) {
+    change([childNumber, fraction](State& state) {
+        const auto found = state.activeChildren.find(childNumber);
+        if (found == state.activeChildren.end()) {
+            return;
+        }
+        auto& child = found->second;
+        // Changes made at the same time may arrive in either order; the greatest holds.
+        const auto units = static_cast<double>(child.pendingUnitCount);
+        const double share =
+            std::max(child.share, std::floor(units * fraction / finestShare) * finestShare);
+        state.activeShares += share - child.share;
+        child.share = share;
+        if (fraction >= 1) {
+            state.activeShares -= share;
+            state.finishedChildrenUnitCount += child.pendingUnitCount;
+            state.activeChildren.erase(found);
+        }
+    });
+}
+
+ProgressObservation Progress::observe(Handler handler) const {
+    auto observer = std::make_shared<ProgressObservation::Observer>(std::move(handler));
+    const std::scoped_lock lock(state_->mutex);
+    std::erase_if(state_->observers, [](const auto& known) { return known.expired(); });
+    state_->observers.push_back(observer);
+    return ProgressObservation(std::move(observer));
+}
+
+template <class Change>
+void Progress::change(const Change& apply) {
+    double fraction = 0;
+    {
+        const std::scoped_lock lock(state_->mutex);
+        const double before = state_->fraction();
+        apply(*state_);
+        fraction = state_->fraction();
+        if (fraction == before) {
+            return;
+        }
+    }
+    announce(fraction);
+}
+
+/// Tells the observers and the parent; without the lock, since either may come back here.
+void Progress::announce(double fraction) {
+    std::vector<std::weak_ptr<ProgressObservation::Observer>> observers;
+    std::shared_ptr<Progress> parent;
+    std::uint64_t number = 0;
+    {
+        const std::scoped_lock lock(state_->mutex);
+        observers = state_->observers;
+        parent = state_->parent.lock();
+        number = state_->numberInParent;
+    }
+    for (const auto& known : observers) {
+        if (const auto observer = known.lock()) {
+            observer->call(*this);
+        }
+    }
+    if (parent) {
+        parent->childChanged(number, fraction);
+    }
+}
+
+} // namespace cirrus

@@ -1,0 +1,31 @@
+#pragma once
+
+#include <chrono>
+#include <functional>
+#include <memory>
+
+namespace cirrus {
+
+/// Runs tasks one after another, in order, on one thread of its own.
+class SerialQueue {
+public:
+    using Task = std::move_only_function<void()>;
+
+    SerialQueue();
+    SerialQueue(const SerialQueue&) = delete;
+    SerialQueue& operator=(const SerialQueue&) = delete;
+    ~SerialQueue();
+
+    /// Puts a task on the queue and returns at once. Nothing is taken after `stop`.
+    void post(Task task);
+
+    /// Begins no further task, and waits for the one that runs, but no longer than `bound`, and
+    /// not when that task is the caller.
+    void stop(std::chrono::milliseconds bound);
+
+private:
+    struct State;
+    std::shared_ptr<State> state_;
+};
+
+} // namespace cirrus

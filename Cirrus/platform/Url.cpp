@@ -1,0 +1,109 @@
+#include "Cirrus/platform/Url.h"
+
+#include <uriparser/Uri.h>
+
+#include <algorithm>
+#include <array>
+
+#include "Cirrus/platform/UrlBuilder.h"
+
+namespace cirrus {
+
+namespace {
+
+/// The parsed parts of a URL; they point into the parsed text.
+class Parts {
+public:
+    explicit Parts(std::string_view text) {
+        const char* errorPosition = nullptr;
+        isValid_ = uriParseSingleUriExA(&uri_, text.data(), text.data() + text.size(),
+                                        &errorPosition) == URI_SUCCESS;
+    }
+
+    Parts(const Parts&) = delete;
+    Parts& operator=(const Parts&) = delete;
+
+    ~Parts() {
+        if (isValid_) {
+            uriFreeUriMembersA(&uri_);
+        }
+    }
+
+    [[nodiscard]] bool isValid() const { return isValid_; }
+
+    [[nodiscard]] std::string_view scheme() const { return view(uri_.scheme); }
+
+    [[nodiscard]] std::string_view host() const { return view(uri_.hostText); }
+
+    /// Where the query or the fragment begins, question mark or number sign included; the end of
+    /// `text` when there is neither.
+    [[nodiscard]] std::size_t endOfPath(std::string_view text) const {
+        const char* part = uri_.query.first != nullptr ? uri_.query.first : uri_.fragment.first;
+        return part != nullptr ? static_cast<std::size_t>(part - text.data()) - 1 : text.size();
+    }
+
+private:
+    static std::string_view view(const UriTextRangeA& range) {
+        return range.first != nullptr ? std::string_view(range.first, range.afterLast)
+                                      : std::string_view();
+    }
+
+    UriUriA uri_{};
+    bool isValid_ = false;
+};
+
+constexpr std::string_view unreserved =
+    "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789-._~";
+constexpr std::string_view subDelimiters = "!$&'()*+,;=";
+
+std::string percentEncoded(std::string_view text, std::string_view alsoAllowed) {
+    constexpr std::string_view digits = "0123456789ABCDEF";
+    std::string result;
+    result.reserve(text.size());
+    for (const char character : text) {
+        if (unreserved.contains(character) || alsoAllowed.contains(character)) {
+            result += character;
+        } else {
+            const auto byte = static_cast<unsigned char>(character);
+            result += {'%', digits[byte >> 4U], digits[byte & 0xFU]};
+        }
+    }
+    return result;
+}
+
+bool equalsIgnoringCase(std::string_view text, std::string_view lowerCase) {
+    return std::ranges::equal(text, lowerCase, [](char left, char right) {
+        return (left >= 'A' && left <= 'Z' ? left - 'A' + 'a' : left) == right;
+    });
+}
+
+} // namespace
+
+std::optional<Url> Url::parse(std::string_view text) {
+    if (text.empty() || !Parts(text).isValid()) {
+        return std::nullopt;
+    }
+    return Url(std::string(text));
+}
+
+Url UrlBuilder::appendingPath(const Url& url, std::string_view path) {
+    static const std::string allowed = std::string(subDelimiters) + ":@/";
+    return Url(url.text() + "/" + percentEncoded(path, allowed));
+}
+
+Url UrlBuilder::replacingQuery(const Url& url, const QueryItems& items) {
+    std::string text = url.text().substr(0, Parts(url.text()).endOfPath(url.text()));
+    char separator = '?';
+    for (const auto& [name, value] : items) {
+        text += separator + percentEncoded(name, {}) + "=" + percentEncoded(value, {});
+        separator = '&';
+    }
+    return Url(std::move(text));
+}
+
+bool UrlBuilder::isHttps(const Url& url) {
+    const Parts parts(url.text());
+    return equalsIgnoringCase(parts.scheme(), "https") && !parts.host().empty();
+}
+
+} // namespace cirrus

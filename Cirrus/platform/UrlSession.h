@@ -1,0 +1,93 @@
+#pragma once
+
+#include <chrono>
+#include <functional>
+#include <map>
+#include <memory>
+#include <optional>
+#include <string>
+#include <string_view>
+
+#include "Cirrus/platform/Data.h"
+#include "Cirrus/platform/Error.h"
+#include "Cirrus/platform/Progress.h"
+#include "Cirrus/platform/Url.h"
+
+namespace cirrus {
+
+/// Orders header names without regard to the case of ASCII letters.
+struct HeaderNameLess {
+    using is_transparent = void;
+    bool operator()(std::string_view left, std::string_view right) const;
+    [[nodiscard]] static bool areEqual(std::string_view left, std::string_view right);
+};
+
+/// Header fields by name. Of a field that an answer repeats, the values are joined by ", ".
+using HeaderFields = std::map<std::string, std::string, HeaderNameLess>;
+
+struct UrlRequest {
+    Url url;
+    std::string method;
+    HeaderFields headers;
+    Data body;
+    /// How long nothing may move, in either direction; no limit on the whole.
+    std::chrono::milliseconds timeout = std::chrono::seconds(10);
+};
+
+struct HttpResponse {
+    int statusCode = 0;
+    HeaderFields headers;
+};
+
+/// What became of a task. A body is absent only when none can come with the answer (204).
+struct TaskOutcome {
+    std::optional<std::string> body;
+    std::optional<HttpResponse> response;
+    /// `ConnectionError` or `TransportError`.
+    std::optional<AnyError> error;
+};
+
+/// One exchange on its way to and through the session.
+struct Transfer {
+    UrlRequest request;
+    std::shared_ptr<Progress> progress;
+    std::move_only_function<void(TaskOutcome)> completion;
+};
+
+/// An exchange that has not started yet.
+class DataTask {
+public:
+    /// The bytes of the body sent over its length. Its observers are called on the session's own
+    /// threads. It is finished once the exchange has succeeded, before the completion runs.
+    [[nodiscard]] const std::shared_ptr<Progress>& progress() const { return transfer_->progress; }
+
+    /// Starts the exchange and returns at once. It can not be stopped any more.
+    void resume() &&;
+
+private:
+    friend class UrlSession;
+
+    explicit DataTask(std::unique_ptr<Transfer> transfer) : transfer_(std::move(transfer)) {}
+
+    std::unique_ptr<Transfer> transfer_;
+};
+
+/// The HTTP client of the process: one network thread, started with the first task, that no
+/// completion ever runs on, and one callback thread that runs all completions, one after another.
+/// HTTPS only, HTTP/1.1 on connections that are kept alive; no cache, no cookies, no redirects,
+/// nothing ever sent twice. Ends by itself, silently, when the process exits.
+class UrlSession {
+public:
+    using Completion = std::move_only_function<void(TaskOutcome)>;
+
+    static UrlSession& shared();
+
+    /// `completion` is called once, on the callback thread, after the body has been let go.
+    [[nodiscard]] DataTask dataTask(UrlRequest request, Completion completion);
+
+private:
+    friend class DataTask;
+    UrlSession() = default;
+};
+
+} // namespace cirrus

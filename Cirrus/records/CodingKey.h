@@ -1,0 +1,40 @@
+#pragma once
+
+#include <algorithm>
+#include <concepts>
+#include <cstddef>
+#include <cstdint>
+#include <optional>
+#include <string_view>
+#include <type_traits>
+
+namespace cirrus {
+
+/// The members of a record as its JSON object spells them: an enumeration with a function
+/// `keyTexts` beside it that gives the texts in the order of the cases.
+template <class Key>
+concept CodingKey = std::is_enum_v<Key> && requires(Key key) {
+    { keyTexts(key)[0] } -> std::convertible_to<std::string_view>;
+};
+
+template <CodingKey Key>
+[[nodiscard]] constexpr std::string_view keyText(Key key) {
+    return keyTexts(key)[static_cast<std::size_t>(key)];
+}
+
+/// The case of a key text; none unless it is spelled exactly so.
+template <CodingKey Key>
+[[nodiscard]] constexpr std::optional<Key> keyFromText(std::string_view text) {
+    constexpr auto texts = keyTexts(Key{});
+    const auto* found = std::ranges::find(texts, text);
+    return found != texts.end() ? std::optional(static_cast<Key>(found - texts.begin()))
+                                : std::nullopt;
+}
+
+/// Keys are texts: no integer stands for one.
+template <CodingKey Key>
+[[nodiscard]] constexpr std::optional<Key> keyFromInteger(std::int64_t) {
+    return std::nullopt;
+}
+
+} // namespace cirrus

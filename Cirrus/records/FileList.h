@@ -1,0 +1,32 @@
+#pragma once
+
+#include <array>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "Cirrus/records/File.h"
+
+namespace cirrus {
+
+/// The answer of a file search, as it came: one page.
+struct FileList {
+    enum class CodingKeys { kind, incompleteSearch, files };
+
+    friend constexpr auto keyTexts(CodingKeys) {
+        return std::to_array<std::string_view>({"kind", "incompleteSearch", "files"});
+    }
+
+    std::string kind;
+    bool incompleteSearch = false;
+    std::vector<File> files;
+
+    [[nodiscard]] static Result<FileList, DecodingError> decode(const JsonValue& json);
+
+    /// The mirror of `decode`.
+    [[nodiscard]] JsonValue encode() const;
+
+    friend bool operator==(const FileList&, const FileList&) = default;
+};
+
+} // namespace cirrus

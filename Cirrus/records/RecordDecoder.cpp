@@ -1,0 +1,61 @@
+#include "Cirrus/records/RecordDecoder.h"
+
+namespace cirrus {
+
+std::string DecodingError::diagnosticText() const {
+    return key.empty() ? reason : "\"" + key + "\": " + reason;
+}
+
+RecordDecoder::RecordDecoder(const JsonValue& value) : value_(value) {
+    if (value.as<JsonValue::Object>() == nullptr) {
+        fail({}, "not an object");
+    }
+}
+
+/// The value of a key; null when it is absent or JSON's null.
+const JsonValue* RecordDecoder::present(std::string_view key) const {
+    const auto* value = value_.member(key);
+    return value != nullptr && !value->isNull() ? value : nullptr;
+}
+
+std::int64_t RecordDecoder::wholeNumberAt(std::string_view key) {
+    const auto* value = present(key);
+    if (value == nullptr) {
+        fail(key, "missing or null");
+        return 0;
+    }
+    const auto number = value->wholeNumber();
+    if (!number) {
+        fail(key, "not a whole number of 64 bits");
+    }
+    return number.value_or(0);
+}
+
+std::optional<Url> RecordDecoder::optionalUrlAt(std::string_view key) {
+    const auto text = optional<std::string>(key, "a text");
+    if (!text) {
+        return std::nullopt;
+    }
+    auto url = Url::parse(*text);
+    if (!url) {
+        fail(key, "not a URL");
+    }
+    return url;
+}
+
+JsonValue RecordDecoder::nestedAt(std::string_view key) {
+    const auto* value = present(key);
+    if (value == nullptr) {
+        fail(key, "missing or null");
+        return {};
+    }
+    return *value;
+}
+
+void RecordDecoder::fail(std::string_view key, std::string reason) {
+    if (!error_) {
+        error_ = DecodingError{std::string(key), std::move(reason)};
+    }
+}
+
+} // namespace cirrus

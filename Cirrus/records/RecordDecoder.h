@@ -1,0 +1,112 @@
+#pragma once
+
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <utility>
+#include <vector>
+
+#include "Cirrus/platform/Error.h"
+#include "Cirrus/platform/Json.h"
+#include "Cirrus/platform/Url.h"
+#include "Cirrus/records/CodingKey.h"
+
+namespace cirrus {
+
+/// Why a JSON value is not the record that it should be.
+struct DecodingError {
+    /// The key whose value was at fault; empty when it was the value as a whole.
+    std::string key;
+    std::string reason;
+
+    [[nodiscard]] std::string diagnosticText() const;
+};
+
+/// Reads the members of one record out of a JSON object. The first member that is missing or
+/// wrong fails the whole record; what is read after that is empty and of no account. Keys that
+/// nobody asks for are ignored.
+class RecordDecoder {
+public:
+    explicit RecordDecoder(const JsonValue& value);
+
+    [[nodiscard]] std::string text(CodingKey auto key) {
+        return required<std::string>(keyText(key), "a text");
+    }
+
+    [[nodiscard]] bool boolean(CodingKey auto key) {
+        return required<bool>(keyText(key), "a boolean");
+    }
+
+    [[nodiscard]] std::int64_t wholeNumber(CodingKey auto key) {
+        return wholeNumberAt(keyText(key));
+    }
+
+    [[nodiscard]] std::optional<bool> optionalBoolean(CodingKey auto key) {
+        return optional<bool>(keyText(key), "a boolean");
+    }
+
+    [[nodiscard]] std::optional<Url> optionalUrl(CodingKey auto key) {
+        return optionalUrlAt(keyText(key));
+    }
+
+    template <class Record>
+    [[nodiscard]] std::vector<Record> list(CodingKey auto key) {
+        std::vector<Record> records;
+        for (const auto& element : required<JsonValue::Array>(keyText(key), "a list")) {
+            auto record = Record::decode(element);
+            if (!record) {
+                fail(keyText(key), record.error().diagnosticText());
+                return {};
+            }
+            records.push_back(*std::move(record));
+        }
+        return records;
+    }
+
+    /// The value of a key that must be there, to be decoded on its own; null after a failure.
+    [[nodiscard]] JsonValue nested(CodingKey auto key) { return nestedAt(keyText(key)); }
+
+    /// The record, unless something was wrong.
+    template <class Record>
+    [[nodiscard]] Result<Record, DecodingError> finish(Record record) {
+        if (error_) {
+            return std::unexpected(*std::move(error_));
+        }
+        return record;
+    }
+
+private:
+    template <class Type>
+    Type required(std::string_view key, std::string_view expected) {
+        auto value = optional<Type>(key, expected);
+        if (!value) {
+            fail(key, "missing or null");
+        }
+        return std::move(value).value_or(Type{});
+    }
+
+    template <class Type>
+    std::optional<Type> optional(std::string_view key, std::string_view expected) {
+        const auto* value = present(key);
+        if (value == nullptr) {
+            return std::nullopt;
+        }
+        if (const auto* typed = value->template as<Type>()) {
+            return *typed;
+        }
+        fail(key, "not " + std::string(expected));
+        return std::nullopt;
+    }
+
+    [[nodiscard]] const JsonValue* present(std::string_view key) const;
+    [[nodiscard]] std::int64_t wholeNumberAt(std::string_view key);
+    [[nodiscard]] std::optional<Url> optionalUrlAt(std::string_view key);
+    [[nodiscard]] JsonValue nestedAt(std::string_view key);
+    void fail(std::string_view key, std::string reason);
+
+    const JsonValue& value_;
+    std::optional<DecodingError> error_;
+};
+
+} // namespace cirrus
