@@ -13,15 +13,20 @@ RecordDecoder::RecordDecoder(const JsonValue& value) : value_(value) {
 }
 
 /// The value of a key; null when it is absent or JSON's null.
-const JsonValue* RecordDecoder::present(std::string_view key) const {
+const JsonValue* RecordDecoder::present(std::string_view key, Absence absence) {
     const auto* value = value_.member(key);
-    return value != nullptr && !value->isNull() ? value : nullptr;
+    if (value != nullptr && !value->isNull()) {
+        return value;
+    }
+    if (absence == Absence::isError) {
+        fail(key, "missing or null");
+    }
+    return nullptr;
 }
 
 std::int64_t RecordDecoder::wholeNumberAt(std::string_view key) {
-    const auto* value = present(key);
+    const auto* value = present(key, Absence::isError);
     if (value == nullptr) {
-        fail(key, "missing or null");
         return 0;
     }
     const auto number = value->wholeNumber();
@@ -32,8 +37,8 @@ std::int64_t RecordDecoder::wholeNumberAt(std::string_view key) {
 }
 
 std::optional<Url> RecordDecoder::optionalUrlAt(std::string_view key) {
-    const auto text = optional<std::string>(key, "a text");
-    if (!text) {
+    const auto* text = find<std::string>(key, "a text");
+    if (text == nullptr) {
         return std::nullopt;
     }
     auto url = Url::parse(*text);
@@ -44,12 +49,8 @@ std::optional<Url> RecordDecoder::optionalUrlAt(std::string_view key) {
 }
 
 JsonValue RecordDecoder::nestedAt(std::string_view key) {
-    const auto* value = present(key);
-    if (value == nullptr) {
-        fail(key, "missing or null");
-        return {};
-    }
-    return *value;
+    const auto* value = present(key, Absence::isError);
+    return value != nullptr ? *value : JsonValue();
 }
 
 void RecordDecoder::fail(std::string_view key, std::string reason) {

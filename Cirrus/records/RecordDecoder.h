@@ -43,7 +43,8 @@ public:
     }
 
     [[nodiscard]] std::optional<bool> optionalBoolean(CodingKey auto key) {
-        return optional<bool>(keyText(key), "a boolean");
+        const auto* value = find<bool>(keyText(key), "a boolean");
+        return value != nullptr ? std::optional(*value) : std::nullopt;
     }
 
     [[nodiscard]] std::optional<Url> optionalUrl(CodingKey auto key) {
@@ -52,8 +53,13 @@ public:
 
     template <class Record>
     [[nodiscard]] std::vector<Record> list(CodingKey auto key) {
+        const auto* elements = find<JsonValue::Array>(keyText(key), "a list", Absence::isError);
+        if (elements == nullptr) {
+            return {};
+        }
         std::vector<Record> records;
-        for (const auto& element : required<JsonValue::Array>(keyText(key), "a list")) {
+        records.reserve(elements->size());
+        for (const auto& element : *elements) {
             auto record = Record::decode(element);
             if (!record) {
                 fail(keyText(key), record.error().diagnosticText());
@@ -77,29 +83,27 @@ public:
     }
 
 private:
+    enum class Absence { isFine, isError };
+
     template <class Type>
     Type required(std::string_view key, std::string_view expected) {
-        auto value = optional<Type>(key, expected);
-        if (!value) {
-            fail(key, "missing or null");
-        }
-        return std::move(value).value_or(Type{});
+        const auto* value = find<Type>(key, expected, Absence::isError);
+        return value != nullptr ? *value : Type{};
     }
 
+    /// The value of a key as this type; null, with the failure noted, when that can not be.
     template <class Type>
-    std::optional<Type> optional(std::string_view key, std::string_view expected) {
-        const auto* value = present(key);
-        if (value == nullptr) {
-            return std::nullopt;
+    const Type* find(std::string_view key, std::string_view expected,
+                     Absence absence = Absence::isFine) {
+        const auto* value = present(key, absence);
+        const auto* typed = value != nullptr ? value->template as<Type>() : nullptr;
+        if (value != nullptr && typed == nullptr) {
+            fail(key, "not " + std::string(expected));
         }
-        if (const auto* typed = value->template as<Type>()) {
-            return *typed;
-        }
-        fail(key, "not " + std::string(expected));
-        return std::nullopt;
+        return typed;
     }
 
-    [[nodiscard]] const JsonValue* present(std::string_view key) const;
+    [[nodiscard]] const JsonValue* present(std::string_view key, Absence absence);
     [[nodiscard]] std::int64_t wholeNumberAt(std::string_view key);
     [[nodiscard]] std::optional<Url> optionalUrlAt(std::string_view key);
     [[nodiscard]] JsonValue nestedAt(std::string_view key);

@@ -1,0 +1,47 @@
+#include "Cirrus/Configuration.h"
+
+#include <atomic>
+#include <mutex>
+#include <utility>
+
+#include "Cirrus/Log.h"
+
+namespace cirrus {
+
+namespace {
+
+/// Never destroyed: a line may be written while the process ends.
+struct Slot {
+    std::mutex mutex;
+    std::shared_ptr<LogSink> sink;
+    std::atomic<bool> isFilled = false;
+};
+
+Slot& slot() {
+    static auto* const instance = new Slot;
+    return *instance;
+}
+
+} // namespace
+
+LogSink::~LogSink() = default;
+
+void Configuration::setLog(std::shared_ptr<LogSink> sink) {
+    if (!sink) {
+        return;
+    }
+    // The replaced sink is let go after the lock, since its destructor is the host's code.
+    const std::scoped_lock lock(slot().mutex);
+    slot().sink.swap(sink);
+    slot().isFilled = true;
+}
+
+std::shared_ptr<LogSink> installedLog() {
+    if (!slot().isFilled) {
+        return nullptr;
+    }
+    const std::scoped_lock lock(slot().mutex);
+    return slot().sink;
+}
+
+} // namespace cirrus

@@ -1,0 +1,54 @@
+#pragma once
+
+#include <any>
+#include <functional>
+#include <memory>
+#include <string>
+#include <string_view>
+
+#include "Cirrus/Export.h"
+
+namespace cirrus {
+
+/// What the library writes its running account of every share job to: the host's own logging
+/// facility. One operation per level, called on whichever thread runs a step, several at once.
+/// Must not throw.
+///
+/// Each takes a producer of the message, to be called or not, now or later, on any thread (an
+/// empty text marks the entry of a step); the source unit that wrote the line, as a path whose
+/// last component counts; the name of the operation; the line number; and a value for the
+/// facility's own use, always empty. `file` and `function` stay valid for the life of the process.
+class CIRRUS_EXPORT LogSink {
+public:
+    using Message = std::function<std::string()>;
+
+    LogSink() = default;
+    LogSink(const LogSink&) = delete;
+    LogSink& operator=(const LogSink&) = delete;
+    virtual ~LogSink();
+
+    /// Steps that begin and steps that complete.
+    virtual void detail(const Message& message, std::string_view file, std::string_view function,
+                        int line, const std::any& context) = 0;
+
+    /// The upload of the files stops because it was cancelled.
+    virtual void notice(const Message& message, std::string_view file, std::string_view function,
+                        int line, const std::any& context) = 0;
+
+    /// Every failure, with its error.
+    virtual void failure(const Message& message, std::string_view file, std::string_view function,
+                         int line, const std::any& context) = 0;
+};
+
+/// The one knob of the library.
+class CIRRUS_EXPORT Configuration {
+public:
+    Configuration() = delete;
+
+    /// Makes `sink` take every line from now on, of running jobs too, in place of an earlier one,
+    /// and holds it for the life of the process or until it is replaced. Until the first call
+    /// nothing is logged and no message is built. A null sink is ignored. Safe from any thread.
+    static void setLog(std::shared_ptr<LogSink> sink);
+};
+
+} // namespace cirrus

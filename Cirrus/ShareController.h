@@ -1,0 +1,130 @@
+#pragma once
+
+#include <chrono>
+#include <filesystem>
+#include <functional>
+#include <memory>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "Cirrus/Export.h"
+#include "Cirrus/platform/Error.h"
+#include "Cirrus/platform/Progress.h"
+#include "Cirrus/platform/Url.h"
+
+namespace cirrus {
+
+class ShareJob;
+
+/// Runs one share job: finds or creates the root folder, creates the destination folder in it,
+/// uploads the files one after another, shares the folder and fetches its link.
+///
+/// The object is the host's hold on the job. Destroying it lets the job go: the request on its
+/// way is not stopped, no further one is made, and no callback is called, unless the outcome was
+/// already waiting on the main queue; that is still delivered. Movable, not copyable; a moved-from
+/// object has no job, and its operations do nothing.
+///
+/// Create, use and destroy it on one thread, as a rule the one that runs the `MainQueue`; `cancel`
+/// may come from any. All of this is allowed from inside either callback too, and so is a nested
+/// event loop there.
+class CIRRUS_EXPORT ShareController {
+public:
+    /// The input of a share job. Nothing of it is checked or normalised.
+    class CIRRUS_EXPORT Context {
+    public:
+        /// - `files`: what to share, in this order;
+        /// - `rootDirectoryName`: the top-level folder that holds the folders of all jobs; found
+        ///   by its exact name, or created;
+        /// - `destinationDirectoryName`: the folder of this job, always created anew;
+        /// - `email`: whom to share with; without it, everybody who has the link;
+        /// - `emailMessage`: goes with the notification;
+        /// - `expiration`: when the permission ends, to whole seconds.
+        ///
+        /// Texts are UTF-8.
+        Context(std::vector<std::filesystem::path> files, std::string rootDirectoryName,
+                std::string destinationDirectoryName,
+                std::optional<std::string> email = std::nullopt,
+                std::optional<std::string> emailMessage = std::nullopt,
+                std::optional<std::chrono::system_clock::time_point> expiration = std::nullopt);
+
+    private:
+        friend class ShareJob;
+        std::vector<std::filesystem::path> files_;
+        std::string rootDirectoryName_;
+        std::string destinationDirectoryName_;
+        std::optional<std::string> email_;
+        std::optional<std::string> emailMessage_;
+        std::optional<std::chrono::system_clock::time_point> expiration_;
+    };
+
+    /// Why a job failed.
+    class CIRRUS_EXPORT Error {
+    public:
+        enum class Case {
+            /// A folder, the files, the permission or the link failed; `underlyingError` says how.
+            underlying,
+            /// Part of the type; no step gives it.
+            missingFile,
+            /// Everything is uploaded and shared, but the service gave no link.
+            missingWebContentLink
+        };
+
+        [[nodiscard]] static Error underlying(AnyError error);
+        [[nodiscard]] static Error missingFile();
+        [[nodiscard]] static Error missingWebContentLink();
+
+        [[nodiscard]] Case kind() const { return case_; }
+
+        /// The error of the lower layer, as it came; null unless `kind` is `underlying`.
+        [[nodiscard]] const AnyError* underlyingError() const;
+
+        /// Words for the user, to be shown as they are. Absent only when the underlying error is
+        /// of a kind with words of its own and has none to give.
+        [[nodiscard]] std::optional<std::string> errorDescription() const;
+
+        /// What happened, for a log: the case's name and, in parentheses, what it carries.
+        [[nodiscard]] std::string diagnosticText() const;
+
+    private:
+        Error(Case kind, std::optional<AnyError> underlying);
+
+        Case case_;
+        std::optional<AnyError> underlying_;
+    };
+
+    /// Receives the job's one progress object, 100 units a file, at each change of its fraction.
+    using ProgressCallback = std::function<void(const std::shared_ptr<const Progress>&)>;
+    /// Receives the link of the destination folder, or why there is none.
+    using Completion = std::move_only_function<void(Result<Url, Error>)>;
+
+    /// Starts nothing. The token is sent as it is with every request and to nobody else.
+    ShareController(Context context, std::string accessToken);
+    ShareController(ShareController&& other) noexcept;
+    ShareController& operator=(ShareController&& other) noexcept;
+    ~ShareController();
+
+    /// Starts the job and returns before anything of it is done. Call it once.
+    ///
+    /// Both callbacks are called on the main queue only, and may be empty. `progress`: any number
+    /// of times while the files upload, never before the first change and never after the
+    /// completion. `completion`: at most once; not at all once `cancel` was called or this object
+    /// was destroyed. What they hold is let go on the main queue or inside a call of the host's.
+    ///
+    /// A second call drops the callbacks of the first, uncalled, and runs a second job beside it
+    /// that shares its deliveries: the first outcome of either goes to the newest callbacks and
+    /// is the only one. A job started from inside the completion runs but reports nothing.
+    void upload(ProgressCallback progress, Completion completion);
+
+    /// Sees to it that neither callback is called any more; from another thread than the main
+    /// queue's, one that has already begun may still be running. No further file is started, but
+    /// no request on its way is stopped, and a job that is still preparing its folders carries on
+    /// with the files, the permission and the link. To really stop a job, destroy this object as
+    /// well.
+    void cancel();
+
+private:
+    std::shared_ptr<ShareJob> job_;
+};
+
+} // namespace cirrus

@@ -1,0 +1,61 @@
+#pragma once
+
+#include <atomic>
+#include <memory>
+#include <mutex>
+#include <string>
+
+#include "Cirrus/FileUploader.h"
+#include "Cirrus/ShareController.h"
+#include "Cirrus/webservice/Webservice.h"
+
+namespace cirrus {
+
+/// The steps of a share job, each started from the completion of the one before, and the two ways
+/// in which it ends. Everything that waits for an answer holds the job weakly; only tasks on the
+/// main queue hold it strongly. Steps run on the transport's callback thread.
+class ShareJob : public std::enable_shared_from_this<ShareJob> {
+public:
+    using Context = ShareController::Context;
+    using Error = ShareController::Error;
+    using ProgressCallback = ShareController::ProgressCallback;
+    using Completion = ShareController::Completion;
+
+    ShareJob(Context context, std::shared_ptr<Webservice> webservice);
+    ShareJob(const ShareJob&) = delete;
+    ShareJob& operator=(const ShareJob&) = delete;
+    ~ShareJob();
+
+    void upload(ProgressCallback progress, Completion completion);
+    void cancel();
+
+private:
+    void findOrCreateRootDirectory();
+    void createRootDirectory();
+    void createDestinationDirectory(const std::string& parentIdentifier);
+    void prepareFileUpload(const std::string& parentIdentifier);
+    void applyPermissions(const std::string& fileIdentifier);
+    void requestContentUrl(const std::string& fileIdentifier);
+
+    void progressDidChange(std::shared_ptr<const Progress> progress);
+    void deliverProgress(const std::shared_ptr<const Progress>& progress);
+    void fail(Error error);
+    void succeed(Url url);
+    void deliverFailure(Error error);
+    void deliverSuccess(Url url);
+    void deliver(Result<Url, Error> result);
+    void reset();
+
+    const Context context_;
+    const std::shared_ptr<Webservice> webservice_;
+    std::atomic<bool> isCancelled_ = false;
+
+    /// Guards what follows. Never held while any of it is called or destroyed.
+    std::mutex mutex_;
+    Completion completionHandler_;
+    ProgressCallback progressHandler_;
+    std::shared_ptr<FileUploader> fileUploader_;
+    ProgressObservation progressObservationToken_;
+};
+
+} // namespace cirrus

@@ -1,0 +1,53 @@
+#pragma once
+
+#include <memory>
+#include <optional>
+#include <string>
+
+#include "Cirrus/platform/Json.h"
+#include "Cirrus/platform/UrlBuilder.h"
+#include "Cirrus/platform/UrlSession.h"
+#include "Cirrus/webservice/RequestUrlType.h"
+#include "Cirrus/webservice/Response.h"
+#include "Cirrus/webservice/Webservice.h"
+
+namespace cirrus {
+
+/// The Drive REST API, version 3, over the shared session, with an OAuth access token as bearer
+/// credential. The token is neither checked nor refreshed. Always held by `std::shared_ptr`;
+/// stateless otherwise, so that any number of requests may be on their way at once.
+class GoogleWebservice final : public Webservice,
+                               public std::enable_shared_from_this<GoogleWebservice> {
+public:
+    explicit GoogleWebservice(std::string accessToken) : accessToken_(std::move(accessToken)) {}
+
+    void findDirectory(const std::string& name, Completion<FileList> completion) override;
+    void createDirectory(const std::string& name,
+                         const std::optional<std::string>& parentIdentifier,
+                         Completion<File> completion) override;
+    void createUploadUrl(const std::string& name, std::int64_t filesize,
+                         const std::string& parentIdentifier, Completion<Url> completion) override;
+    void upload(Data data, const Url& to, ProgressCallback progress,
+                Completion<File> completion) override;
+    void createPermission(const std::string& fileIdentifier, const std::string& role,
+                          const std::string& type, const std::optional<std::string>& email,
+                          const std::optional<std::string>& emailMessage,
+                          std::optional<std::chrono::system_clock::time_point> expiration,
+                          Completion<Permission> completion) override;
+    void requestFile(const std::string& fileIdentifier, Completion<File> completion) override;
+
+private:
+    using Body = JsonValue::Object;
+
+    [[nodiscard]] UrlRequest makeRequest(const RequestUrlType& urlType, std::string method,
+                                         const std::optional<QueryItems>& queryItems,
+                                         std::optional<Body> body) const;
+    void perform(UrlRequest request, ProgressCallback progress, Completion<Response> completion);
+    template <class Record>
+    void performForRecord(UrlRequest request, ProgressCallback progress,
+                          Completion<Record> completion);
+
+    const std::string accessToken_;
+};
+
+} // namespace cirrus

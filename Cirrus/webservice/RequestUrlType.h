@@ -1,0 +1,32 @@
+#pragma once
+
+#include <string>
+#include <utility>
+#include <variant>
+
+#include "Cirrus/platform/Url.h"
+
+namespace cirrus {
+
+/// The address of one request.
+class RequestUrlType {
+public:
+    /// Segments below the base of the Drive API; the text may hold "/".
+    [[nodiscard]] static RequestUrlType path(std::string text) {
+        return RequestUrlType(std::move(text));
+    }
+
+    /// A whole URL, used unchanged.
+    [[nodiscard]] static RequestUrlType url(Url url) { return RequestUrlType(std::move(url)); }
+
+    [[nodiscard]] Url resolved() const;
+
+private:
+    using Value = std::variant<std::string, Url>;
+
+    explicit RequestUrlType(Value value) : value_(std::move(value)) {}
+
+    Value value_;
+};
+
+} // namespace cirrus

@@ -1,0 +1,70 @@
+#pragma once
+
+#include <chrono>
+#include <cstdint>
+#include <functional>
+#include <memory>
+#include <optional>
+#include <string>
+
+#include "Cirrus/platform/Data.h"
+#include "Cirrus/platform/Error.h"
+#include "Cirrus/platform/Progress.h"
+#include "Cirrus/platform/Url.h"
+#include "Cirrus/records/File.h"
+#include "Cirrus/records/FileList.h"
+#include "Cirrus/records/Permission.h"
+#include "Cirrus/webservice/WebserviceError.h"
+
+namespace cirrus {
+
+/// The six Drive operations that a share job needs. Each returns at once and later calls its
+/// completion once, with a value or a `WebserviceError`, on the transport's callback thread;
+/// never when the service object is gone by then. A request that is on its way keeps the
+/// completion alive, but not the service object. Nothing is retried, logged or cancelled here.
+class Webservice {
+public:
+    template <class Value>
+    using Completion = std::move_only_function<void(Result<Value, WebserviceError>)>;
+
+    /// Receives the progress of a transfer before it starts, on the caller's thread.
+    using ProgressCallback = std::move_only_function<void(const std::shared_ptr<Progress>&)>;
+
+    Webservice() = default;
+    Webservice(const Webservice&) = delete;
+    Webservice& operator=(const Webservice&) = delete;
+    virtual ~Webservice() = default;
+
+    /// Searches for folders of exactly this name, anywhere. The name goes into the search
+    /// expression unescaped. Finding none is a success. Only the first page of results is seen.
+    virtual void findDirectory(const std::string& name, Completion<FileList> completion) = 0;
+
+    /// Creates a folder, inside the given one or, without one, at the top level.
+    virtual void createDirectory(const std::string& name,
+                                 const std::optional<std::string>& parentIdentifier,
+                                 Completion<File> completion) = 0;
+
+    /// Opens an upload session for a file of `filesize` bytes in the given folder; gives the
+    /// address that takes its content, once. `invalidResponse` when the answer names no address.
+    virtual void createUploadUrl(const std::string& name, std::int64_t filesize,
+                                 const std::string& parentIdentifier,
+                                 Completion<Url> completion) = 0;
+
+    /// Sends a file's whole content to its session, in one request. The bytes are let go before
+    /// the completion runs. `progress` may be empty.
+    virtual void upload(Data data, const Url& to, ProgressCallback progress,
+                        Completion<File> completion) = 0;
+
+    /// Grants a permission on a file or folder. The expiration is sent in the system's time zone,
+    /// to whole seconds.
+    virtual void createPermission(const std::string& fileIdentifier, const std::string& role,
+                                  const std::string& type, const std::optional<std::string>& email,
+                                  const std::optional<std::string>& emailMessage,
+                                  std::optional<std::chrono::system_clock::time_point> expiration,
+                                  Completion<Permission> completion) = 0;
+
+    /// Fetches a file or folder with its links; either may be absent.
+    virtual void requestFile(const std::string& fileIdentifier, Completion<File> completion) = 0;
+};
+
+} // namespace cirrus

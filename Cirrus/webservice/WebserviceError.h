@@ -1,0 +1,71 @@
+#pragma once
+
+#include <optional>
+#include <string>
+#include <utility>
+#include <variant>
+
+#include "Cirrus/platform/Error.h"
+#include "Cirrus/records/RecordDecoder.h"
+#include "Cirrus/records/ServiceError.h"
+
+namespace cirrus {
+
+/// Why a request to the Drive service did not give what it should have given.
+class WebserviceError {
+public:
+    enum class Case {
+        /// The service refused the request and said why.
+        serviceError,
+        /// The service accepted the request, but its answer is not the expected record.
+        decodingError,
+        /// The transport failed: no connection, idle for too long, certificate and so on.
+        underlyingError,
+        /// The service accepted the request, but no body came with its answer.
+        missingData,
+        /// The answer makes no sense: no HTTP answer, an error without the service's envelope,
+        /// or no usable address of an upload session.
+        invalidResponse
+    };
+
+    [[nodiscard]] static WebserviceError serviceError(ServiceError error) {
+        return WebserviceError(std::move(error));
+    }
+
+    [[nodiscard]] static WebserviceError decodingError(DecodingError error) {
+        return WebserviceError(std::move(error));
+    }
+
+    [[nodiscard]] static WebserviceError underlyingError(AnyError error) {
+        return WebserviceError(std::move(error));
+    }
+
+    [[nodiscard]] static WebserviceError missingData() { return WebserviceError(MissingData{}); }
+
+    [[nodiscard]] static WebserviceError invalidResponse() {
+        return WebserviceError(InvalidResponse{});
+    }
+
+    [[nodiscard]] Case kind() const { return static_cast<Case>(value_.index()); }
+
+    /// The case's name and, in parentheses, the diagnostic text of what it carries.
+    [[nodiscard]] std::string diagnosticText() const;
+
+    /// Words for the user; absent only when the transport's error is of a described kind and
+    /// gives none.
+    [[nodiscard]] std::optional<std::string> errorDescription() const;
+
+private:
+    struct MissingData {};
+
+    struct InvalidResponse {};
+
+    /// In the order of `Case`.
+    using Value = std::variant<ServiceError, DecodingError, AnyError, MissingData, InvalidResponse>;
+
+    explicit WebserviceError(Value value) : value_(std::move(value)) {}
+
+    Value value_;
+};
+
+} // namespace cirrus
