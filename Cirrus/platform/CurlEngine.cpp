@@ -229,7 +229,7 @@ private:
         if (std::exchange(exchange.sent_, sent) != sent) {
             exchange.transfer_->progress->setCompletedUnitCount(static_cast<std::uint64_t>(sent));
         }
-        return CURL_PROGRESSFUNC_CONTINUE;
+        return 0;
     }
 
     /// libcurl begins a request anew when a kept connection turns out to be dead. What the server

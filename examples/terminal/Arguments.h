@@ -1,0 +1,26 @@
+#pragma once
+
+#include <chrono>
+#include <expected>
+#include <filesystem>
+#include <optional>
+#include <string>
+#include <vector>
+
+/// What the user asked for.
+struct Arguments {
+    std::string root = "Stashly";
+    std::string destination = "Shared files";
+    std::optional<std::string> email;
+    std::optional<std::string> message;
+    std::optional<std::chrono::system_clock::time_point> expiration;
+    bool log = false;
+    /// Empty with the emulator, which has a token of its own.
+    std::string token;
+    bool useEmulator = false;
+    std::vector<std::filesystem::path> files;
+};
+
+/// Reads the command line. Gives the exit status instead when there is nothing to share, with
+/// the help or the complaint already printed.
+std::expected<Arguments, int> readArguments(int count, char** values);
