@@ -1,9 +1,9 @@
 #include "Cirrus/platform/UrlSession.h"
 
 #include <algorithm>
+#include <atomic>
 #include <cstdlib>
 #include <future>
-#include <mutex>
 #include <utility>
 
 #include "Cirrus/platform/CurlEngine.h"
@@ -52,6 +52,7 @@ public:
     }
 
     void start(std::unique_ptr<Transfer> transfer) {
+        ++tasksOnTheirWay_;
         if (auto reason = refusal(transfer->request)) {
             deliver(std::move(transfer),
                     {.body = {},
@@ -59,6 +60,12 @@ public:
                      .error = AnyError(TransportError{.code = 0, .text = *std::move(reason)})});
         } else {
             engine_.submit(std::move(transfer));
+        }
+    }
+
+    void waitUntilIdle() const {
+        for (auto count = tasksOnTheirWay_.load(); count != 0; count = tasksOnTheirWay_.load()) {
+            tasksOnTheirWay_.wait(count);
         }
     }
 
@@ -75,15 +82,20 @@ public:
 
 private:
     void deliver(std::unique_ptr<Transfer> transfer, TaskOutcome outcome) {
-        callbacks_.post([transfer = std::move(transfer), outcome = std::move(outcome)]() mutable {
-            transfer->request.body = {};
-            if (!outcome.error) {
-                transfer->progress->finish();
-            }
-            transfer->completion(std::move(outcome));
-        });
+        callbacks_.post(
+            [this, transfer = std::move(transfer), outcome = std::move(outcome)]() mutable {
+                transfer->request.body = {};
+                if (!outcome.error) {
+                    transfer->progress->finish();
+                }
+                transfer->completion(std::move(outcome));
+                transfer.reset();
+                --tasksOnTheirWay_;
+                tasksOnTheirWay_.notify_all();
+            });
     }
 
+    std::atomic<std::size_t> tasksOnTheirWay_ = 0;
     SerialQueue callbacks_;
     CurlEngine engine_{[this](std::unique_ptr<Transfer> transfer, TaskOutcome outcome) {
         deliver(std::move(transfer), std::move(outcome));
@@ -119,6 +131,10 @@ void DataTask::resume() && {
 UrlSession& UrlSession::shared() {
     static UrlSession instance;
     return instance;
+}
+
+void UrlSession::waitUntilIdle() {
+    session().waitUntilIdle();
 }
 
 DataTask UrlSession::dataTask(UrlRequest request, Completion completion) {

@@ -85,6 +85,10 @@ public:
     /// `completion` is called once, on the callback thread, after the body has been let go.
     [[nodiscard]] DataTask dataTask(UrlRequest request, Completion completion);
 
+    /// Waits until no task is on its way and no completion runs. For tests and benchmarks; not on
+    /// the callback thread.
+    static void waitUntilIdle();
+
 private:
     friend class DataTask;
     UrlSession() = default;
