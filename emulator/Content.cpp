@@ -1,0 +1,39 @@
+#include "emulator/Content.h"
+
+#include <utility>
+
+namespace cirrus::emulator {
+
+const std::string& Content::bytes() const {
+    static const std::string none;
+    return kept ? *kept : none;
+}
+
+void ContentReader::append(std::string_view piece) {
+    size_ += piece.size();
+    if (policy_ == ContentPolicy::keep) {
+        bytes_ += piece;
+    }
+    if (policy_ != ContentPolicy::discard) {
+        digest_.update(piece);
+    }
+}
+
+Content ContentReader::finish() {
+    Content content{.size = size_, .sha256 = {}, .kept = nullptr};
+    if (policy_ == ContentPolicy::keep) {
+        content.kept = std::make_shared<const std::string>(std::move(bytes_));
+    }
+    if (policy_ != ContentPolicy::discard) {
+        content.sha256 = digest_.finish();
+    }
+    return content;
+}
+
+Content contentOf(std::string_view bytes) {
+    ContentReader reader(ContentPolicy::keep);
+    reader.append(bytes);
+    return reader.finish();
+}
+
+} // namespace cirrus::emulator

@@ -1,0 +1,49 @@
+#pragma once
+
+#include <cstdint>
+#include <memory>
+#include <string>
+#include <string_view>
+
+#include "emulator/Crypto.h"
+
+namespace cirrus::emulator {
+
+/// What is remembered of uploaded contents.
+enum class ContentPolicy {
+    keep,    ///< the bytes, the size and the digest
+    digest,  ///< the size and the digest
+    discard, ///< only the size
+};
+
+/// The contents of a file or the body of a request. Copies share the bytes.
+struct Content {
+    std::uint64_t size = 0;
+    std::string sha256; ///< lower-case hexadecimal; empty under `ContentPolicy::discard`
+    std::shared_ptr<const std::string> kept; ///< null unless the bytes are kept
+
+    /// The bytes; empty when they are not kept.
+    [[nodiscard]] const std::string& bytes() const;
+};
+
+/// Takes contents in piece by piece. Belongs to one thread at a time.
+class ContentReader {
+public:
+    explicit ContentReader(ContentPolicy policy) : policy_(policy) {}
+
+    void append(std::string_view piece);
+
+    /// What was taken in; ends the reading.
+    [[nodiscard]] Content finish();
+
+private:
+    ContentPolicy policy_;
+    std::uint64_t size_ = 0;
+    std::string bytes_;
+    Sha256 digest_;
+};
+
+/// These bytes as kept content.
+[[nodiscard]] Content contentOf(std::string_view bytes);
+
+} // namespace cirrus::emulator

@@ -1,0 +1,153 @@
+#include "emulator/Emulator.h"
+
+#include <mutex>
+#include <utility>
+
+#include "emulator/Crypto.h"
+#include "emulator/DriveApi.h"
+#include "emulator/HttpsServer.h"
+
+namespace cirrus::emulator {
+
+namespace {
+
+/// A hook that can be replaced while it runs.
+class HookSlot {
+public:
+    void set(RequestHook hook) {
+        auto next = std::make_shared<const RequestHook>(std::move(hook));
+        const std::scoped_lock lock(mutex_);
+        hook_.swap(next);
+    }
+
+    [[nodiscard]] std::optional<Answer> operator()(const Request& request) const {
+        const std::shared_ptr<const RequestHook> hook = current();
+        return hook && *hook ? (*hook)(request) : std::nullopt;
+    }
+
+private:
+    [[nodiscard]] std::shared_ptr<const RequestHook> current() const {
+        const std::scoped_lock lock(mutex_);
+        return hook_;
+    }
+
+    mutable std::mutex mutex_;
+    std::shared_ptr<const RequestHook> hook_;
+};
+
+} // namespace
+
+class Emulator::Running final : public ServerDelegate {
+public:
+    Running(ContentPolicy contents, std::string accessToken, std::string authority)
+        : token(std::move(accessToken)),
+          certificateAuthority(std::move(authority)),
+          contents_(contents),
+          api_(state, token) {}
+
+    void connectionAccepted() override { state.countAccepted(); }
+
+    void handshakeDone() override { state.countHandshake(); }
+
+    void connectionClosed() override { state.countClosed(); }
+
+    std::optional<Answer> answerToHead(const Request& head) override { return headHook(head); }
+
+    ContentPolicy bodyPolicy(const Request& head) override {
+        return isContentUpload(head) ? contents_ : ContentPolicy::keep;
+    }
+
+    void bodyBytesRead(std::uint64_t size) override { state.countBodyBytes(size); }
+
+    std::size_t requestRead(const Request& request) override {
+        return state.recordRequest(request);
+    }
+
+    Answer answer(const Request& request) override {
+        std::optional<Answer> hooked = hook(request);
+        return hooked ? std::move(*hooked) : api_.answer(request);
+    }
+
+    void answering(std::size_t request, unsigned status) override {
+        state.recordStatus(request, status);
+    }
+
+    const std::string token;
+    const std::string certificateAuthority;
+    DriveState state;
+    HookSlot hook;
+    HookSlot headHook;
+
+private:
+    ContentPolicy contents_;
+    DriveApi api_;
+
+public:
+    std::unique_ptr<HttpsServer> server; // last: it ends before all that its threads use
+};
+
+std::expected<std::unique_ptr<Emulator>, EmulatorError> Emulator::start(Options options) {
+    std::vector<std::string> hosts{"www.googleapis.com", "localhost"};
+    hosts.insert(hosts.end(), options.certificateHosts.begin(), options.certificateHosts.end());
+    const auto identity = makeServerIdentity(hosts);
+    if (!identity) {
+        return std::unexpected(identity.error());
+    }
+    std::string token = options.accessToken ? std::move(*options.accessToken) : randomIdentifier();
+    auto running =
+        std::make_unique<Running>(options.contents, std::move(token), identity->authority);
+    auto server = HttpsServer::start(options.port, *identity, *running);
+    if (!server) {
+        return std::unexpected(server.error());
+    }
+    running->server = std::move(*server);
+    return std::unique_ptr<Emulator>(new Emulator(std::move(running)));
+}
+
+Emulator::Emulator(std::unique_ptr<Running> running) : running_(std::move(running)) {}
+
+Emulator::~Emulator() = default;
+
+std::uint16_t Emulator::port() const {
+    return running_->server->port();
+}
+
+const std::string& Emulator::accessToken() const {
+    return running_->token;
+}
+
+const std::string& Emulator::certificateAuthority() const {
+    return running_->certificateAuthority;
+}
+
+Snapshot Emulator::snapshot() const {
+    return running_->state.snapshot();
+}
+
+bool Emulator::waitUntil(std::chrono::milliseconds limit,
+                         const std::function<bool(const Snapshot&)>& predicate) const {
+    return running_->state.waitUntil(limit, predicate);
+}
+
+void Emulator::setHook(RequestHook hook) {
+    running_->hook.set(std::move(hook));
+}
+
+void Emulator::setHeadHook(RequestHook hook) {
+    running_->headHook.set(std::move(hook));
+}
+
+std::string Emulator::addFolder(std::string name, std::string parentId) {
+    FileMetadata metadata{
+        .name = std::move(name), .mimeType = std::string(folderMimeType), .parents = {}};
+    if (!parentId.empty()) {
+        metadata.parents.push_back(std::move(parentId));
+    }
+    return running_->state.addFile(std::move(metadata), {}).value().id;
+}
+
+bool Emulator::trash(std::string_view id) {
+    return running_->state.trash(id);
+}
+
+} // namespace cirrus::emulator

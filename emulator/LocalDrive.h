@@ -1,0 +1,41 @@
+#pragma once
+
+#include <chrono>
+#include <expected>
+#include <memory>
+#include <optional>
+#include <utility>
+
+#include "emulator/Emulator.h"
+
+namespace cirrus::emulator {
+
+struct LocalDriveOptions {
+    Options emulator = {};
+    /// Replaces the session's idle limit of every request, when given.
+    std::optional<std::chrono::milliseconds> idleLimit = std::nullopt;
+};
+
+/// An emulator that stands in for Google in this process: as long as it lives, every connection of
+/// the library's shared session goes to it. One at a time.
+class LocalDrive {
+public:
+    [[nodiscard]] static std::expected<std::unique_ptr<LocalDrive>, EmulatorError>
+    start(LocalDriveOptions options = {});
+
+    /// Points the session back at the world, then stops the emulator.
+    ~LocalDrive();
+    LocalDrive(const LocalDrive&) = delete;
+    LocalDrive& operator=(const LocalDrive&) = delete;
+
+    Emulator* operator->() { return emulator_.get(); }
+
+    Emulator& operator*() { return *emulator_; }
+
+private:
+    explicit LocalDrive(std::unique_ptr<Emulator> emulator) : emulator_(std::move(emulator)) {}
+
+    std::unique_ptr<Emulator> emulator_;
+};
+
+} // namespace cirrus::emulator

@@ -1,0 +1,127 @@
+#include <csignal>
+#include <cstdint>
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
+#include <iostream>
+#include <memory>
+#include <string>
+
+#include <CLI/CLI.hpp>
+
+#include "emulator/Crypto.h"
+#include "emulator/Emulator.h"
+
+namespace {
+
+namespace emulator = cirrus::emulator;
+
+struct Arguments {
+    emulator::Options options;
+    std::filesystem::path authorityFile;
+    bool discard = false;
+    bool list = false;
+};
+
+void describe(CLI::App& app, Arguments& arguments) {
+    app.add_option("--port", arguments.options.port, "Port on 127.0.0.1 (default: a free one)");
+    app.add_option("--token", arguments.options.accessToken,
+                   "Access token to ask for (default: a random one)");
+    app.add_option("--ca-file", arguments.authorityFile,
+                   "Where to write the certificate to trust (default: a temporary file)");
+    app.add_option("--certificate-host", arguments.options.certificateHosts,
+                   "Further host names for the certificate");
+    app.add_flag("--discard", arguments.discard, "Keep of uploaded contents only their size");
+    app.add_flag("--list", arguments.list, "List at the end what was uploaded");
+}
+
+/// A file that is removed at the end when it was not asked for by name.
+class AuthorityFile {
+public:
+    explicit AuthorityFile(std::filesystem::path wanted)
+        : temporary_(wanted.empty()), path_(std::move(wanted)) {
+        if (temporary_) {
+            path_ = std::filesystem::temp_directory_path() /
+                    ("drive-authority-" + emulator::randomIdentifier() + ".pem");
+        }
+    }
+
+    AuthorityFile(const AuthorityFile&) = delete;
+    AuthorityFile& operator=(const AuthorityFile&) = delete;
+
+    ~AuthorityFile() {
+        std::error_code ignored;
+        if (temporary_) {
+            std::filesystem::remove(path_, ignored);
+        }
+    }
+
+    [[nodiscard]] const std::filesystem::path& path() const { return path_; }
+
+    [[nodiscard]] bool write(const std::string& text) const {
+        std::ofstream file(path_, std::ios::binary | std::ios::trunc);
+        file << text << std::flush;
+        return file.good();
+    }
+
+private:
+    bool temporary_;
+    std::filesystem::path path_;
+};
+
+sigset_t endSignals() {
+    sigset_t signals;
+    sigemptyset(&signals);
+    sigaddset(&signals, SIGINT);
+    sigaddset(&signals, SIGTERM);
+    return signals;
+}
+
+void list(const emulator::Snapshot& snapshot) {
+    for (const emulator::File& file : snapshot.files) {
+        if (!file.isFolder()) {
+            std::cout << snapshot.pathOf(file) << '\t' << file.content.size << '\t'
+                      << (file.content.sha256.empty() ? "-" : file.content.sha256) << '\n';
+        }
+    }
+    std::cout << std::flush;
+}
+
+int run(Arguments arguments) {
+    // Blocked before the first thread starts, so that every thread leaves them to sigwait.
+    const sigset_t signals = endSignals();
+    pthread_sigmask(SIG_BLOCK, &signals, nullptr);
+    // Nothing here reads the bytes back, so they are never kept.
+    arguments.options.contents =
+        arguments.discard ? emulator::ContentPolicy::discard : emulator::ContentPolicy::digest;
+    const auto drive = emulator::Emulator::start(std::move(arguments.options));
+    if (!drive) {
+        std::cerr << drive.error().diagnosticText() << '\n';
+        return EXIT_FAILURE;
+    }
+    const AuthorityFile authority(arguments.authorityFile);
+    if (!authority.write((*drive)->certificateAuthority())) {
+        std::cerr << "cannot write " << authority.path().string() << '\n';
+        return EXIT_FAILURE;
+    }
+    std::cout << "address: https://127.0.0.1:" << (*drive)->port() << '\n'
+              << "token: " << (*drive)->accessToken() << '\n'
+              << "ca: " << authority.path().string() << '\n'
+              << std::flush;
+    int received = 0;
+    sigwait(&signals, &received);
+    if (arguments.list) {
+        list((*drive)->snapshot());
+    }
+    return EXIT_SUCCESS;
+}
+
+} // namespace
+
+int main(int count, char** words) {
+    CLI::App app{"A local Google Drive for trying out and measuring its clients."};
+    Arguments arguments;
+    describe(app, arguments);
+    CLI11_PARSE(app, count, words);
+    return run(std::move(arguments));
+}
