@@ -18,7 +18,7 @@ constexpr std::uint64_t unitsPerFile = 100;
 std::string FileUploader::Error::diagnosticText() const {
     switch (case_) {
     case Case::underlying:
-        return "underlying(" + (underlying_ ? underlying_->diagnosticText() : "") + ")";
+        return "underlying(" + underlying_.value().diagnosticText() + ")";
     case Case::missingFile:
         return "missingFile";
     case Case::missingFilesize:

@@ -42,7 +42,7 @@ const AnyError* ShareController::Error::underlyingError() const {
 std::optional<std::string> ShareController::Error::errorDescription() const {
     switch (case_) {
     case Case::underlying:
-        return underlying_->errorDescriptionOr("Something went wrong, please try again.");
+        return underlying_.value().errorDescriptionOr("Something went wrong, please try again.");
     case Case::missingFile:
         return "One or more files could not be located by Stashly. Make sure the files are not "
                "moved or deleted and try again.";
@@ -55,7 +55,7 @@ std::optional<std::string> ShareController::Error::errorDescription() const {
 std::string ShareController::Error::diagnosticText() const {
     switch (case_) {
     case Case::underlying:
-        return "underlying(" + underlying_->diagnosticText() + ")";
+        return "underlying(" + underlying_.value().diagnosticText() + ")";
     case Case::missingFile:
         return "missingFile";
     case Case::missingWebContentLink:

@@ -100,6 +100,8 @@ public:
 
     /// Starts nothing. The token is sent as it is with every request and to nobody else.
     ShareController(Context context, std::string accessToken);
+    ShareController(const ShareController&) = delete;
+    ShareController& operator=(const ShareController&) = delete;
     ShareController(ShareController&& other) noexcept;
     ShareController& operator=(ShareController&& other) noexcept;
     ~ShareController();

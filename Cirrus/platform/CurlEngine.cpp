@@ -48,24 +48,29 @@ AnyError transportError(CURLcode code, std::string text) {
     const auto* found =
         std::ranges::find(actionable, code, &std::pair<CURLcode, ConnectionError::Reason>::first);
     if (found != actionable.end()) {
-        return AnyError(ConnectionError{found->second, code, std::move(text)});
+        return AnyError(
+            ConnectionError{.reason = found->second, .code = code, .text = std::move(text)});
     }
-    return AnyError(TransportError{code, std::move(text)});
+    return AnyError(TransportError{.code = code, .text = std::move(text)});
+}
+
+/// libcurl leaves the line's end in an empty value.
+std::string_view withoutTrailingBlanks(std::string_view text) {
+    return text.substr(0, text.find_last_not_of(" \t\r\n") + 1);
 }
 
 /// One transfer in libcurl's hands.
 class Exchange {
 public:
-    Exchange(std::unique_ptr<Transfer> transfer, std::optional<LoopbackPeer> peer)
+    Exchange(std::unique_ptr<Transfer> transfer, const std::optional<LoopbackPeer>& peer)
         : transfer_(std::move(transfer)),
-          peer_(std::move(peer)),
-          idleWatch_(peer_ && peer_->idleLimit ? *peer_->idleLimit : transfer_->request.timeout),
+          idleWatch_(peer && peer->idleLimit ? *peer->idleLimit : transfer_->request.timeout),
           easy_(curl_easy_init()) {
         setConnection();
         setRequest();
         setCallbacks();
-        if (peer_) {
-            setPeer();
+        if (peer) {
+            connectTo(*peer);
         }
     }
 
@@ -133,7 +138,7 @@ private:
         for (const auto& [name, value] : fields) {
             // libcurl would believe a length given here; the body's own frames the message.
             if (!HeaderFields::key_compare::areEqual(name, "Content-Length")) {
-                addHeader(name + (value.empty() ? ";" : ": " + value));
+                addHeader(std::string(name).append(value.empty() ? ";" : ": ").append(value));
             }
         }
         addHeader("Expect:");
@@ -158,14 +163,14 @@ private:
         set(CURLOPT_PREREQDATA, this);
     }
 
-    void setPeer() {
+    void connectTo(const LoopbackPeer& peer) {
         connectTo_ =
-            curl_slist_append(nullptr, ("::127.0.0.1:" + std::to_string(peer_->port)).c_str());
-        curl_blob authority{.data = peer_->certificateAuthority.data(),
-                            .len = peer_->certificateAuthority.size(),
-                            .flags = CURL_BLOB_NOCOPY};
+            curl_slist_append(nullptr, ("::127.0.0.1:" + std::to_string(peer.port)).c_str());
+        // libcurl has no const here, but copies.
+        std::string authority = peer.certificateAuthority;
+        curl_blob blob{.data = authority.data(), .len = authority.size(), .flags = CURL_BLOB_COPY};
         set(CURLOPT_CONNECT_TO, connectTo_);
-        set(CURLOPT_CAINFO_BLOB, &authority);
+        set(CURLOPT_CAINFO_BLOB, &blob);
         set(CURLOPT_CAPATH, nullptr);
         set(CURLOPT_PROXY, "");
     }
@@ -199,9 +204,10 @@ private:
         curl_header* header = nullptr;
         while ((header = curl_easy_nextheader(easy_, CURLH_HEADER, lastAnswer, header)) !=
                nullptr) {
-            auto [field, isNew] = response.headers.try_emplace(header->name, header->value);
+            const std::string_view value = withoutTrailingBlanks(header->value);
+            auto [field, isNew] = response.headers.try_emplace(header->name, value);
             if (!isNew) {
-                field->second += std::string(", ") + header->value;
+                field->second.append(", ").append(value);
             }
         }
         return response;
@@ -244,7 +250,6 @@ private:
     }
 
     std::unique_ptr<Transfer> transfer_;
-    std::optional<LoopbackPeer> peer_;
     IdleWatch idleWatch_;
     CURL* easy_;
     curl_slist* headers_ = nullptr;
@@ -339,13 +344,13 @@ private:
             submitted.swap(submitted_);
         }
         for (auto& [transfer, peer] : submitted) {
-            begin(std::move(transfer), std::move(peer));
+            begin(std::move(transfer), peer);
         }
         return true;
     }
 
-    void begin(std::unique_ptr<Transfer> transfer, std::optional<LoopbackPeer> peer) {
-        auto exchange = std::make_unique<Exchange>(std::move(transfer), std::move(peer));
+    void begin(std::unique_ptr<Transfer> transfer, const std::optional<LoopbackPeer>& peer) {
+        auto exchange = std::make_unique<Exchange>(std::move(transfer), peer);
         CURL* easy = exchange->easy();
         exchanges_.emplace(easy, std::move(exchange));
         curl_multi_add_handle(multi_, easy);
@@ -355,6 +360,7 @@ private:
         int left = 0;
         while (const CURLMsg* message = curl_multi_info_read(multi_, &left)) {
             if (message->msg == CURLMSG_DONE) {
+                // NOLINTNEXTLINE(cppcoreguidelines-pro-type-union-access): libcurl's interface
                 end(message->easy_handle, message->data.result);
             }
         }

@@ -12,7 +12,7 @@ std::string formatLocalTime(std::chrono::system_clock::time_point time) {
     std::tm local{};
     // localtime_r need not notice a changed zone by itself.
     ::tzset();
-    ::localtime_r(&seconds, &local);
+    static_cast<void>(::localtime_r(&seconds, &local));
     std::array<char, 64> text{};
     const auto length = std::strftime(text.data(), text.size(), "%Y-%m-%dT%H:%M:%S%z", &local);
     return {text.data(), length};

@@ -31,7 +31,8 @@ private:
 };
 
 std::unexpected<FileReadError> systemError(int code) {
-    return std::unexpected(FileReadError{code, std::generic_category().message(code)});
+    return std::unexpected(
+        FileReadError{.code = code, .text = std::generic_category().message(code)});
 }
 
 } // namespace
@@ -52,7 +53,7 @@ Result<Data, FileReadError> readFile(const std::filesystem::path& path) {
         return systemError(errno);
     }
     if (!S_ISREG(attributes.st_mode)) {
-        return std::unexpected(FileReadError{EINVAL, "Not a regular file"});
+        return std::unexpected(FileReadError{.code = EINVAL, .text = "Not a regular file"});
     }
     const auto size = static_cast<std::size_t>(attributes.st_size);
     std::unique_ptr<std::byte[]> bytes(new (std::nothrow) std::byte[size]);

@@ -136,11 +136,12 @@ std::optional<std::int64_t> JsonValue::wholeNumber() const {
     if (const auto* whole = as<std::int64_t>()) {
         return *whole;
     }
-    // The bounds are exact as doubles; the upper one is the first value that no longer fits.
+    // Neither bound counts: the upper one is the first double that no longer fits, and to the lower
+    // one the parser rounds whole numbers that do not fit.
     constexpr double lowest = -9223372036854775808.0;
     constexpr double tooHigh = 9223372036854775808.0;
     const auto* real = as<double>();
-    if (real == nullptr || !(*real >= lowest && *real < tooHigh) || std::trunc(*real) != *real) {
+    if (real == nullptr || *real <= lowest || *real >= tooHigh || std::trunc(*real) != *real) {
         return std::nullopt;
     }
     return static_cast<std::int64_t>(*real);

@@ -4,6 +4,7 @@
 #include <unistd.h>
 
 #include <condition_variable>
+#include <cstdint>
 #include <deque>
 #include <memory>
 #include <mutex>
@@ -22,14 +23,16 @@ public:
                 ::eventfd_write(descriptor_, 1);
             }
             tasks_.push_back(std::move(task));
+            ++posted_;
         }
         changed_.notify_one();
     }
 
-    /// The first task; none when the queue is empty.
-    MainQueue::Task take() {
+    /// The first task, if it is among the first `limit` tasks that were ever posted.
+    MainQueue::Task takeAmong(std::uint64_t limit) {
         const std::scoped_lock lock(mutex_);
-        return tasks_.empty() ? MainQueue::Task() : takeFirst();
+        const auto taken = posted_ - tasks_.size();
+        return tasks_.empty() || taken >= limit ? MainQueue::Task() : takeFirst();
     }
 
     /// The first task, waiting for it; none once `stop` was called.
@@ -47,9 +50,10 @@ public:
         changed_.notify_all();
     }
 
-    [[nodiscard]] std::size_t size() const {
+    /// How many tasks were ever posted.
+    [[nodiscard]] std::uint64_t posted() const {
         const std::scoped_lock lock(mutex_);
-        return tasks_.size();
+        return posted_;
     }
 
     [[nodiscard]] int descriptor() const { return descriptor_; }
@@ -68,6 +72,7 @@ private:
     mutable std::mutex mutex_;
     std::condition_variable changed_;
     std::deque<MainQueue::Task> tasks_;
+    std::uint64_t posted_ = 0;
     bool isStopping_ = false;
     int descriptor_ = ::eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK);
 };
@@ -115,13 +120,9 @@ void MainQueue::run() {
 }
 
 std::size_t MainQueue::drain() {
-    const auto waiting = shared().builtIn.size();
+    const auto limit = shared().builtIn.posted();
     std::size_t count = 0;
-    while (count < waiting) {
-        auto task = shared().builtIn.take();
-        if (!task) {
-            break;
-        }
+    while (auto task = shared().builtIn.takeAmong(limit)) {
         task();
         ++count;
     }

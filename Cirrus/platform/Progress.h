@@ -16,6 +16,8 @@ class Progress;
 class CIRRUS_EXPORT ProgressObservation {
 public:
     ProgressObservation() = default;
+    ProgressObservation(const ProgressObservation&) = delete;
+    ProgressObservation& operator=(const ProgressObservation&) = delete;
     ProgressObservation(ProgressObservation&& other) noexcept = default;
     ProgressObservation& operator=(ProgressObservation&& other) noexcept;
     ~ProgressObservation();

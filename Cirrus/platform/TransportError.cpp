@@ -14,11 +14,14 @@ struct ReasonTexts {
 
 /// In the order of `ConnectionError::Reason`.
 constexpr std::array<ReasonTexts, 3> reasons{{
-    {"noConnection", "Could not connect to Google. Check your internet connection and try again."},
-    {"timedOut", "Google did not answer in time. Check your internet connection and try again."},
-    {"untrustedCertificate",
-     "The connection to Google is not secure: the server's certificate is not trusted. Check your "
-     "network and the date of this computer."},
+    {.name = "noConnection",
+     .description = "Could not connect to Google. Check your internet connection and try again."},
+    {.name = "timedOut",
+     .description = "Google did not answer in time. Check your internet connection and try again."},
+    {.name = "untrustedCertificate",
+     .description = "The connection to Google is not secure: the server's certificate is not "
+                    "trusted. Check your "
+                    "network and the date of this computer."},
 }};
 
 const ReasonTexts& textsOf(ConnectionError::Reason reason) {

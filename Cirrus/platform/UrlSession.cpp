@@ -41,10 +41,12 @@ std::optional<std::string> refusal(const UrlRequest& request) {
     return std::nullopt;
 }
 
+} // namespace
+
 /// The threads behind the shared session.
-class Session {
+class UrlSession::Threads {
 public:
-    Session() {
+    Threads() {
         startLibraryThread([this] {
             engine_.run();
             networkEnded_.set_value();
@@ -103,19 +105,6 @@ private:
     std::promise<void> networkEnded_;
 };
 
-/// Made with the first use and never destroyed, since tasks may still be handed in while the
-/// process ends. Its exit handler comes after libcurl's and so runs before it.
-Session& session() {
-    static auto* const instance = [] {
-        auto* made = new Session;
-        std::atexit([] { session().stop(); });
-        return made;
-    }();
-    return *instance;
-}
-
-} // namespace
-
 bool HeaderNameLess::operator()(std::string_view left, std::string_view right) const {
     return std::ranges::lexicographical_compare(left, right, {}, lowerCase, lowerCase);
 }
@@ -125,26 +114,37 @@ bool HeaderNameLess::areEqual(std::string_view left, std::string_view right) {
 }
 
 void DataTask::resume() && {
-    session().start(std::move(transfer_));
+    session_.threads_.start(std::move(transfer_));
 }
 
 UrlSession& UrlSession::shared() {
-    static UrlSession instance;
-    return instance;
-}
-
-void UrlSession::waitUntilIdle() {
-    session().waitUntilIdle();
+    // Made with the first use and never destroyed, since tasks may still be handed in while the
+    // process ends. The exit handler comes after libcurl's and so runs before it.
+    static auto* const instance = [] {
+        auto* threads = new Threads;
+        static_cast<void>(std::atexit([] { shared().threads_.stop(); }));
+        return new UrlSession(*threads);
+    }();
+    return *instance;
 }
 
 DataTask UrlSession::dataTask(UrlRequest request, Completion completion) {
     auto progress = Progress::create(request.body.size());
-    return DataTask(std::make_unique<Transfer>(
-        Transfer{std::move(request), std::move(progress), std::move(completion)}));
+    return {*this, std::make_unique<Transfer>(Transfer{.request = std::move(request),
+                                                       .progress = std::move(progress),
+                                                       .completion = std::move(completion)})};
+}
+
+void UrlSession::waitUntilIdle() const {
+    threads_.waitUntilIdle();
+}
+
+void UrlSession::setPeer(std::optional<LoopbackPeer> peer) {
+    threads_.engine().setPeer(std::move(peer));
 }
 
 void setLoopbackPeer(std::optional<LoopbackPeer> peer) {
-    session().engine().setPeer(std::move(peer));
+    UrlSession::shared().setPeer(std::move(peer));
 }
 
 } // namespace cirrus

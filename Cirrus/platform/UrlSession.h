@@ -10,6 +10,7 @@
 
 #include "Cirrus/platform/Data.h"
 #include "Cirrus/platform/Error.h"
+#include "Cirrus/platform/LoopbackPeer.h"
 #include "Cirrus/platform/Progress.h"
 #include "Cirrus/platform/Url.h"
 
@@ -54,6 +55,10 @@ struct Transfer {
     std::move_only_function<void(TaskOutcome)> completion;
 };
 
+class UrlSession;
+
+class UrlSession;
+
 /// An exchange that has not started yet.
 class DataTask {
 public:
@@ -67,8 +72,10 @@ public:
 private:
     friend class UrlSession;
 
-    explicit DataTask(std::unique_ptr<Transfer> transfer) : transfer_(std::move(transfer)) {}
+    DataTask(UrlSession& session, std::unique_ptr<Transfer> transfer)
+        : session_(session), transfer_(std::move(transfer)) {}
 
+    UrlSession& session_;
     std::unique_ptr<Transfer> transfer_;
 };
 
@@ -87,11 +94,18 @@ public:
 
     /// Waits until no task is on its way and no completion runs. For tests and benchmarks; not on
     /// the callback thread.
-    static void waitUntilIdle();
+    void waitUntilIdle() const;
+
+    /// See `setLoopbackPeer`.
+    void setPeer(std::optional<LoopbackPeer> peer);
 
 private:
     friend class DataTask;
-    UrlSession() = default;
+    class Threads;
+
+    explicit UrlSession(Threads& threads) : threads_(threads) {}
+
+    Threads& threads_;
 };
 
 } // namespace cirrus

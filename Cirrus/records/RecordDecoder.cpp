@@ -55,7 +55,7 @@ JsonValue RecordDecoder::nestedAt(std::string_view key) {
 
 void RecordDecoder::fail(std::string_view key, std::string reason) {
     if (!error_) {
-        error_ = DecodingError{std::string(key), std::move(reason)};
+        error_ = DecodingError{.key = std::string(key), .reason = std::move(reason)};
     }
 }
 

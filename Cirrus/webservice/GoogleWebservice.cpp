@@ -76,9 +76,8 @@ void GoogleWebservice::createDirectory(const std::string& name,
 void GoogleWebservice::createUploadUrl(const std::string& name, std::int64_t filesize,
                                        const std::string& parentIdentifier,
                                        Completion<Url> completion) {
-    static const Url endpoint = Url::parse(endpoints::upload).value();
     auto request = makeRequest(
-        RequestUrlType::url(endpoint), "POST", std::nullopt,
+        RequestUrlType::url(endpoints::upload()), "POST", std::nullopt,
         Body{{keyOf(File::CodingKeys::name), name}, {"parents", listOf(parentIdentifier)}});
     request.headers.emplace("Content-Length", std::to_string(filesize));
     perform(std::move(request), {}, [completion = std::move(completion)](auto result) mutable {

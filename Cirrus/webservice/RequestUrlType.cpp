@@ -9,8 +9,7 @@ Url RequestUrlType::resolved() const {
     if (const auto* url = std::get_if<Url>(&value_)) {
         return *url;
     }
-    static const Url base = Url::parse(endpoints::api).value();
-    return UrlBuilder::appendingPath(base, std::get<std::string>(value_));
+    return UrlBuilder::appendingPath(endpoints::api(), std::get<std::string>(value_));
 }
 
 } // namespace cirrus

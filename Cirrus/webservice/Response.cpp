@@ -47,8 +47,8 @@ Result<Response, WebserviceError> classify(TaskOutcome outcome) {
         if (!outcome.body) {
             return std::unexpected(WebserviceError::missingData());
         }
-        return Response{*std::move(outcome.body),
-                        textHeaders(std::move(outcome.response->headers))};
+        return Response{.data = *std::move(outcome.body),
+                        .headers = textHeaders(std::move(outcome.response->headers))};
     }
     if (!outcome.body) {
         return std::unexpected(WebserviceError::invalidResponse());

@@ -40,7 +40,7 @@ void listContents(LocalDrive& drive) {
 
 int report(const cirrus::Result<cirrus::Url, ShareController::Error>& result) {
     if (result) {
-        std::cout << result->text() << std::endl;
+        std::cout << result->text() << '\n' << std::flush;
         return shared;
     }
     std::cerr << result.error().errorDescription().value_or("The files could not be shared.")
@@ -49,8 +49,7 @@ int report(const cirrus::Result<cirrus::Url, ShareController::Error>& result) {
 }
 
 int share(const Arguments& arguments, Interrupt& interrupt) {
-    std::optional<ShareController> controller(
-        std::in_place,
+    auto controller = std::make_unique<ShareController>(
         ShareController::Context(arguments.files, arguments.root, arguments.destination,
                                  arguments.email, arguments.message, arguments.expiration),
         arguments.token);

@@ -1,0 +1,27 @@
+#include "Cirrus/webservice/Endpoints.h"
+
+#include <string_view>
+
+namespace cirrus::endpoints {
+
+namespace {
+
+// Well-formed, so that there is always a value.
+Url parsed(std::string_view constant) {
+    return Url::parse(constant).value();
+}
+
+} // namespace
+
+const Url& api() {
+    static const Url url = parsed("https://www.googleapis.com/drive/v3");
+    return url;
+}
+
+const Url& upload() {
+    static const Url url =
+        parsed("https://www.googleapis.com/upload/drive/v3/files?uploadType=resumable");
+    return url;
+}
+
+} // namespace cirrus::endpoints

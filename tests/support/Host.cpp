@@ -1,0 +1,148 @@
+#include "tests/support/Host.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+
+#include "Cirrus/platform/UrlSession.h"
+
+namespace cirrus::tests {
+
+namespace {
+
+std::string withoutIdentifiers(const emulator::Request& request) {
+    constexpr std::string_view files = "/drive/v3/files/";
+    std::string path = request.path;
+    if (path.starts_with(files)) {
+        const auto end = path.find('/', files.size());
+        path = std::string(files) + "ID" + (end == std::string::npos ? "" : path.substr(end));
+    }
+    const bool isContent = request.queryItem("upload_id") != nullptr;
+    return request.method + " " + path + (isContent ? " content" : "");
+}
+
+} // namespace
+
+void RecordingLog::detail(const Message& message, std::string_view file, std::string_view function,
+                          int line, const std::any& context) {
+    add("detail", message, file, function, line, context);
+}
+
+void RecordingLog::notice(const Message& message, std::string_view file, std::string_view function,
+                          int line, const std::any& context) {
+    add("notice", message, file, function, line, context);
+}
+
+void RecordingLog::failure(const Message& message, std::string_view file, std::string_view function,
+                           int line, const std::any& context) {
+    add("failure", message, file, function, line, context);
+}
+
+void RecordingLog::add(std::string_view level, const Message& message, std::string_view file,
+                       std::string_view function, int line, const std::any& context) {
+    EXPECT_GT(line, 0);
+    EXPECT_FALSE(context.has_value());
+    const std::filesystem::path unit(file);
+    EXPECT_EQ(unit.extension(), ".cpp");
+    const auto text = message();
+    const std::scoped_lock lock(mutex_);
+    lines_.push_back(unit.stem().string() + " " + std::string(level) + " " + std::string(function) +
+                     ": " + text);
+    changed_.notify_all();
+}
+
+bool RecordingLog::await(std::string_view line) {
+    std::unique_lock lock(mutex_);
+    return changed_.wait_for(lock, patience, [&] { return std::ranges::count(lines_, line) > 0; });
+}
+
+std::vector<std::string> RecordingLog::lines() const {
+    const std::scoped_lock lock(mutex_);
+    return lines_;
+}
+
+bool RecordingLog::contains(std::string_view line) const {
+    return std::ranges::count(lines(), line) > 0;
+}
+
+std::string Heard::failureText() const {
+    if (results.size() != 1 || results.front()) {
+        return "(no failure)";
+    }
+    return results.front().error().errorDescription().value_or("(absent)");
+}
+
+Host::Host()
+    : drive_(emulator::LocalDrive::start().value()), log_(std::make_shared<RecordingLog>()) {
+    Configuration::setLog(log_);
+}
+
+std::unique_ptr<ShareController>
+Host::makeController(std::vector<std::filesystem::path> files, std::optional<std::string> email,
+                     std::optional<std::string> message,
+                     std::optional<std::chrono::system_clock::time_point> expiration) {
+    return std::make_unique<ShareController>(
+        ShareController::Context(std::move(files), "Root", "Destination", std::move(email),
+                                 std::move(message), expiration),
+        drive().accessToken());
+}
+
+std::shared_ptr<Heard> Host::upload(ShareController& controller) {
+    auto heard = std::make_shared<Heard>();
+    const auto thread = std::this_thread::get_id();
+    controller.upload(
+        [heard, thread](const std::shared_ptr<const Progress>& progress) {
+            heard->wasOnMainThread &= std::this_thread::get_id() == thread;
+            heard->fractions.push_back(progress->fractionCompleted());
+            heard->objects.push_back(progress);
+        },
+        [heard, thread](Result<Url, ShareController::Error> result) {
+            heard->wasOnMainThread &= std::this_thread::get_id() == thread;
+            heard->results.push_back(std::move(result));
+        });
+    return heard;
+}
+
+std::shared_ptr<Heard> Host::uploadAndWait(ShareController& controller) {
+    auto heard = upload(controller);
+    EXPECT_TRUE(pumpUntil([&] { return !heard->results.empty(); }));
+    return heard;
+}
+
+std::vector<std::string> Host::requests() {
+    std::vector<std::string> texts;
+    for (const auto& request : drive().snapshot().requests) {
+        texts.push_back(withoutIdentifiers(request));
+    }
+    return texts;
+}
+
+std::vector<std::string> Host::uploadedFiles() {
+    const auto snapshot = drive().snapshot();
+    std::vector<std::string> texts;
+    for (const auto& file : snapshot.files) {
+        if (!file.isFolder()) {
+            EXPECT_EQ(snapshot.pathOf(file), "Root/Destination/" + file.name);
+            texts.push_back(file.name + "=" + file.content.bytes());
+        }
+    }
+    return texts;
+}
+
+void Host::passCallbackThread() {
+    // What is refused needs no network, and completions run one after another.
+    Awaited<bool> completed;
+    UrlSession::shared()
+        .dataTask(
+            {.url = Url::parse("relative").value(), .method = "GET", .headers = {}, .body = {}},
+            [&completed](const auto&) { completed.give(true); })
+        .resume();
+    EXPECT_TRUE(completed.take());
+}
+
+void Host::settle() {
+    UrlSession::shared().waitUntilIdle();
+    MainQueue::drain();
+}
+
+} // namespace cirrus::tests

@@ -1,0 +1,202 @@
+#include "Cirrus/platform/UrlSession.h"
+
+#include <gtest/gtest.h>
+
+#include <csignal>
+#include <thread>
+
+#include "Cirrus/platform/LibraryThread.h"
+#include "Cirrus/platform/LoopbackPeer.h"
+#include "Cirrus/platform/TransportError.h"
+#include "emulator/LocalDrive.h"
+#include "tests/support/Waiting.h"
+
+namespace cirrus::tests {
+namespace {
+
+using emulator::Answer;
+using emulator::Ending;
+using namespace std::string_literals;
+
+constexpr auto drive = "https://www.googleapis.com/";
+
+UrlRequest request(std::string_view url = drive, HeaderFields headers = {},
+                   std::string_view body = {}) {
+    return {Url::parse(url).value(), "POST", std::move(headers), Data(body)};
+}
+
+TaskOutcome perform(UrlRequest request) {
+    Awaited<TaskOutcome> outcome;
+    UrlSession::shared()
+        .dataTask(std::move(request), [&](TaskOutcome ended) { outcome.give(std::move(ended)); })
+        .resume();
+    return outcome.take().value();
+}
+
+class UrlSessionTest : public testing::Test {
+protected:
+    void answerWith(const Answer& answer) {
+        emulator_.setHook([answer](const auto&) { return answer; });
+    }
+
+    /// What one exchange comes to: the status, or the name of the error.
+    static std::string attempt() {
+        const auto outcome = perform(request());
+        if (!outcome.error) {
+            return std::to_string(outcome.response.value().statusCode);
+        }
+        EXPECT_FALSE(outcome.response || outcome.body);
+        return outcome.error->diagnosticText().substr(0, outcome.error->diagnosticText().find('('));
+    }
+
+    std::unique_ptr<emulator::LocalDrive> drive_ = emulator::LocalDrive::start().value();
+    emulator::Emulator& emulator_ = **drive_;
+};
+
+TEST_F(UrlSessionTest, RefusesUnsafeRequestsBeforeTheyReachTheNetwork) {
+    std::vector<UrlRequest> unsafe{request(drive, {{"secret\n", "x"}})};
+    for (const auto* url :
+         {"http://www.googleapis.com/", "file:///etc/hosts", "/relative", "//h/"}) {
+        unsafe.push_back(request(url, {{"Authorization", "Bearer secret"}}));
+    }
+    for (const auto& value : {"secret\r\nX: y"s, "secret\n"s, "secret\0"s, "secret\x7f"s}) {
+        unsafe.push_back(request(drive, {{"Authorization", value}}));
+    }
+    for (const auto& refused : unsafe) {
+        const auto outcome = perform(refused);
+        ASSERT_TRUE(outcome.error && outcome.error->as<TransportError>() != nullptr);
+        EXPECT_EQ(outcome.error->diagnosticText().find("secret"), std::string::npos);
+    }
+    EXPECT_EQ(emulator_.snapshot().connectionsAccepted, 0U);
+}
+
+TEST_F(UrlSessionTest, GivesEachAnswerAsItCame) {
+    const std::vector<std::tuple<Answer, std::optional<std::string>, HeaderFields>> rows{
+        {Answer{.status = 302, .headers = {{"Location", drive}}, .body = ""},
+         "",
+         {{"LOCATION", drive}, {"content-length", "0"}}},
+        {Answer{
+             .raw =
+                 "HTTP/1.1 100 Continue\r\nX-A: 1\r\n\r\nHTTP/1.1 103 Early Hints\r\nX-B: 1\r\n\r\n"
+                 "HTTP/1.1 200 OK\r\nx-b: 2\r\nContent-Length: 1\r\n\r\nx"},
+         "x",
+         {{"X-B", "2"}, {"Content-Length", "1"}}},
+        {Answer{.status = 404,
+                .headers = {{"Vary", "a"}, {"X", ""}, {"vary", "b, c"}},
+                .body = "no\0"s},
+         "no\0"s,
+         {{"Vary", "a, b, c"}, {"X", ""}, {"Content-Length", "3"}}},
+        {Answer{.status = 204}, std::nullopt, {}},
+        {Answer{.body = ""}, "", {{"Content-Length", "0"}}}};
+    for (const auto& [answer, body, headers] : rows) {
+        SCOPED_TRACE(answer.status);
+        answerWith(answer);
+        auto outcome = perform(request());
+        EXPECT_EQ(outcome.response.value().statusCode, answer.status);
+        EXPECT_EQ(outcome.body, body);
+        EXPECT_EQ(outcome.response->headers.size(), headers.size());
+        for (const auto& [name, value] : headers) {
+            EXPECT_EQ(outcome.response->headers[name], value) << name;
+        }
+    }
+    EXPECT_EQ(emulator_.snapshot().requests.size(), rows.size());
+}
+
+TEST_F(UrlSessionTest, SendsWhatIsAskedAndNothingMore) {
+    answerWith({.headers = {{"Set-Cookie", "a=b; Path=/; Secure"}}, .body = ""});
+    const std::string target = "/a/../b/./%2F%c3?x=%27&y=';:@,+$";
+    const std::vector<std::string> bodies{"a\0b\r\n"s, std::string(2'000'000, 'x'), ""};
+    for (const auto& body : bodies) {
+        perform(request("https://www.googleapis.com" + target, {{"content-length", "999"}}, body));
+        const auto sent = emulator_.snapshot().requests.back();
+        EXPECT_EQ(sent.target, target);
+        EXPECT_TRUE(sent.body.bytes() == body);
+        EXPECT_EQ(*sent.header("Content-Length"), std::to_string(body.size()));
+        // Neither Expect nor Cookie nor Content-Type is beside it.
+        EXPECT_TRUE(sent.header("Host") != nullptr && sent.header("Accept") != nullptr);
+        EXPECT_EQ(sent.headers.size(), 3U);
+    }
+    perform(request(drive, {{"Content-Type", "a/b"}}));
+    EXPECT_EQ(*emulator_.snapshot().requests.back().header("Content-Type"), "a/b");
+    EXPECT_EQ(emulator_.snapshot().connectionsAccepted, 1U);
+}
+
+TEST_F(UrlSessionTest, ReportsProgressUpToExactlyOne) {
+    const auto lost = emulator::hangUp(Ending::reset);
+    for (const auto& [answer, size, expected] :
+         {std::tuple(Answer{.body = ""}, 3'000'001, 1), {Answer{.body = ""}, 0, 1}, {lost, 0, 0}}) {
+        answerWith(answer);
+        Awaited<double> end;
+        std::shared_ptr<Progress> progress;
+        const auto completion = [&](const auto&) { end.give(progress->fractionCompleted()); };
+        auto task = UrlSession::shared().dataTask(
+            request(drive, {}, std::string(static_cast<std::size_t>(size), 'x')), completion);
+        progress = task.progress();
+        double last = 0;
+        const auto observation = progress->observe([&last](const Progress& changed) {
+            EXPECT_GT(changed.fractionCompleted(),
+                      std::exchange(last, changed.fractionCompleted()));
+        });
+        std::move(task).resume();
+        EXPECT_EQ(end.take(), expected);
+    }
+}
+
+TEST_F(UrlSessionTest, NamesTheReasonWhenThereIsNoAnswer) {
+    auto other = emulator::Emulator::start().value();
+    setLoopbackPeer(LoopbackPeer{emulator_.port(), other->certificateAuthority(), {}});
+    EXPECT_EQ(attempt(), "untrustedCertificate");
+    setLoopbackPeer(LoopbackPeer{other->port(), emulator_.certificateAuthority(), {}});
+    other.reset();
+    EXPECT_EQ(attempt(), "noConnection");
+    EXPECT_TRUE(emulator_.snapshot().requests.empty());
+    setLoopbackPeer(LoopbackPeer{emulator_.port(), emulator_.certificateAuthority(),
+                                 std::chrono::milliseconds(200)});
+    answerWith({.delay = emulator::endlessDelay});
+    EXPECT_EQ(attempt(), "timedOut");
+}
+
+TEST_F(UrlSessionTest, SendsNothingTwiceWhenTheConnectionBreaks) {
+    for (const auto ending : {Ending::reset, Ending::close}) {
+        // First on a new connection, then on one that is kept from an exchange before.
+        answerWith(emulator::hangUp(ending));
+        EXPECT_EQ(attempt(), "transportError");
+        answerWith({.body = ""});
+        EXPECT_EQ(attempt(), "200");
+        answerWith(emulator::hangUp(ending));
+        EXPECT_EQ(attempt(), "transportError");
+    }
+    EXPECT_EQ(emulator_.snapshot().requests.size(), 6U);
+}
+
+TEST_F(UrlSessionTest, TakesNoAnswerLongerThan8MiB) {
+    constexpr std::size_t limit = std::size_t{8} * 1024 * 1024;
+    answerWith({.body = std::string(limit, 'x')});
+    EXPECT_EQ(perform(request()).body.value().size(), limit);
+    answerWith({.body = std::string(limit + 1, 'x')});
+    const auto error = perform(request()).error.value();
+    EXPECT_EQ(error.diagnosticText(), "transportError(23: The answer is longer than 8 MiB)");
+}
+
+TEST_F(UrlSessionTest, CompletesOnOneThreadOfItsOwnWithAllSignalsBlocked) {
+    const auto threadOfCompletion = [](std::string_view url) {
+        Awaited<std::thread::id> thread;
+        const auto look = [&thread](const TaskOutcome&) {
+            EXPECT_TRUE(isLibraryThread());
+            sigset_t blocked;
+            ::pthread_sigmask(SIG_SETMASK, nullptr, &blocked);
+            for (const int signal : {SIGINT, SIGTERM, SIGHUP, SIGPIPE, SIGCHLD, SIGALRM, SIGUSR1}) {
+                EXPECT_EQ(::sigismember(&blocked, signal), 1) << signal;
+            }
+            thread.give(std::this_thread::get_id());
+        };
+        UrlSession::shared().dataTask(request(url), look).resume();
+        return thread.take();
+    };
+    const auto first = threadOfCompletion(drive);
+    EXPECT_TRUE(first.has_value() && first != std::this_thread::get_id());
+    EXPECT_EQ(first, threadOfCompletion("http://refused"));
+}
+
+} // namespace
+} // namespace cirrus::tests
