@@ -65,8 +65,12 @@ std::expected<Arguments, int> readArguments(int count, char** values) {
     service->add_option("--token-file", tokenFile, "File with an OAuth access token")
         ->type_name("FILE")
         ->check(CLI::ExistingFile);
-    service->add_flag("--emulator", arguments.useEmulator, "A local Drive, gone at the end");
+    auto* emulator =
+        service->add_flag("--emulator", arguments.useEmulator, "A local Drive, gone at the end");
     service->require_option(1);
+    app.add_option("--contents", arguments.contents, "List what the local Drive holds at the end")
+        ->type_name("FILE")
+        ->needs(emulator);
     app.add_option("files", arguments.files, "What to share")
         ->type_name("FILE")
         ->required()

@@ -18,6 +18,8 @@ struct Arguments {
     /// Empty with the emulator, which has a token of its own.
     std::string token;
     bool useEmulator = false;
+    /// Where to list what the emulator holds at the end; empty for nowhere.
+    std::filesystem::path contents;
     std::vector<std::filesystem::path> files;
 };
 

@@ -2,6 +2,8 @@
 
 #include <Cirrus/Cirrus.h>
 
+#include <filesystem>
+#include <fstream>
 #include <iostream>
 #include <memory>
 #include <optional>
@@ -28,12 +30,13 @@ std::unique_ptr<LocalDrive> startEmulator(Arguments& arguments) {
     return *std::move(drive);
 }
 
-void listContents(LocalDrive& drive) {
+/// Writes the files of the local Drive in the format of sha256sum.
+void listContents(LocalDrive& drive, const std::filesystem::path& list) {
+    std::ofstream lines(list);
     const auto snapshot = drive->snapshot();
-    std::cerr << "The local Drive holds:\n";
     for (const auto& file : snapshot.files) {
         if (!file.isFolder()) {
-            std::cerr << file.content.sha256 << "  " << snapshot.pathOf(file) << '\n';
+            lines << file.content.sha256 << "  " << snapshot.pathOf(file) << '\n';
         }
     }
 }
@@ -91,8 +94,8 @@ int main(int count, char** values) {
         }
     }
     const int status = share(*arguments, interrupt);
-    if (drive && status == shared) {
-        listContents(*drive);
+    if (drive && !arguments->contents.empty()) {
+        listContents(*drive, arguments->contents);
     }
     return status;
 }

@@ -1,0 +1,44 @@
+#!/usr/bin/env bash
+# With a token file, cirrus-share talks to https://www.googleapis.com as the system's resolver and
+# CA store have it: here they lead to the emulator, on port 443 of a network namespace of its own.
+# Usage: google_endpoint_test.sh PATH-OF-CIRRUS-SHARE PATH-OF-EMULATOR. Skipped (77) where
+# namespaces can not be made.
+set -euo pipefail
+
+share=$1
+emulator=$2
+store=/etc/ssl/certs/ca-certificates.crt
+
+if [[ ${3:-} != inside ]]; then
+    unshare --mount --net true 2>/dev/null && [[ -e $store ]] && command -v ip >/dev/null || exit 77
+    exec unshare --mount --net "$0" "$share" "$emulator" inside
+fi
+
+folder=$(mktemp -d)
+cleanup() {
+    kill "$server" 2>/dev/null || true
+    wait "$server" 2>/dev/null || true
+    rm -rf "$folder"
+}
+server=0
+trap cleanup EXIT
+ip link set lo up
+echo "127.0.0.1 www.googleapis.com" >"$folder/hosts"
+mount --bind "$folder/hosts" /etc/hosts
+printf 'the-token\n' >"$folder/token"
+echo "some text" >"$folder/file.txt"
+
+exec 3< <(exec "$emulator" --port 443 --token the-token --ca-file "$folder/ca.pem")
+server=$!
+# The last of the three lines that it prints once it listens.
+while read -r -u 3 line && [[ $line != ca:* ]]; do :; done
+
+# Not trusted yet.
+if "$share" --token-file "$folder/token" "$folder/file.txt" 2>"$folder/error"; then
+    echo "FAILED: an unknown authority was trusted"
+    exit 1
+fi
+grep -q "certificate is not trusted" "$folder/error"
+
+mount --bind "$folder/ca.pem" "$store"
+"$share" --token-file "$folder/token" "$folder/file.txt" | grep -qE '^https://drive\.google\.com/'
