@@ -16,9 +16,9 @@ constexpr std::uint64_t unitsPerFile = 100;
 } // namespace
 
 std::string FileUploader::Error::diagnosticText() const {
-    switch (case_) {
+    switch (kind()) {
     case Case::underlying:
-        return "underlying(" + underlying_.value().diagnosticText() + ")";
+        return "underlying(" + std::get<AnyError>(value_).diagnosticText() + ")";
     case Case::missingFile:
         return "missingFile";
     case Case::missingFilesize:

@@ -9,6 +9,7 @@
 #include <optional>
 #include <string>
 #include <utility>
+#include <variant>
 #include <vector>
 
 #include "Cirrus/platform/Error.h"
@@ -37,27 +38,28 @@ public:
             missingFilesize
         };
 
-        [[nodiscard]] static Error underlying(AnyError error) {
-            return {Case::underlying, std::move(error)};
-        }
+        [[nodiscard]] static Error underlying(AnyError error) { return Error(std::move(error)); }
 
-        [[nodiscard]] static Error missingFile() { return {Case::missingFile, std::nullopt}; }
+        [[nodiscard]] static Error missingFile() { return Error(MissingFile{}); }
 
-        [[nodiscard]] static Error missingFilesize() {
-            return {Case::missingFilesize, std::nullopt};
-        }
+        [[nodiscard]] static Error missingFilesize() { return Error(MissingFilesize{}); }
 
-        [[nodiscard]] Case kind() const { return case_; }
+        [[nodiscard]] Case kind() const { return static_cast<Case>(value_.index()); }
 
         /// The case's name and, in parentheses, the diagnostic text of what it carries.
         [[nodiscard]] std::string diagnosticText() const;
 
     private:
-        Error(Case kind, std::optional<AnyError> underlying)
-            : case_(kind), underlying_(std::move(underlying)) {}
+        struct MissingFile {};
 
-        Case case_;
-        std::optional<AnyError> underlying_;
+        struct MissingFilesize {};
+
+        /// In the order of `Case`.
+        using Value = std::variant<AnyError, MissingFile, MissingFilesize>;
+
+        explicit Error(Value value) : value_(std::move(value)) {}
+
+        Value value_;
     };
 
     using CompletionHandler = std::move_only_function<void(Result<void, Error>)>;

@@ -20,29 +20,32 @@ ShareController::Context::Context(std::vector<std::filesystem::path> files,
       emailMessage_(std::move(emailMessage)),
       expiration_(expiration) {}
 
-ShareController::Error::Error(Case kind, std::optional<AnyError> underlying)
-    : case_(kind), underlying_(std::move(underlying)) {}
+ShareController::Error::Error(Value value) : value_(std::move(value)) {}
 
 ShareController::Error ShareController::Error::underlying(AnyError error) {
-    return {Case::underlying, std::move(error)};
+    return Error(std::move(error));
 }
 
 ShareController::Error ShareController::Error::missingFile() {
-    return {Case::missingFile, std::nullopt};
+    return Error(MissingFile{});
 }
 
 ShareController::Error ShareController::Error::missingWebContentLink() {
-    return {Case::missingWebContentLink, std::nullopt};
+    return Error(MissingWebContentLink{});
+}
+
+ShareController::Error::Case ShareController::Error::kind() const {
+    return static_cast<Case>(value_.index());
 }
 
 const AnyError* ShareController::Error::underlyingError() const {
-    return underlying_ ? &*underlying_ : nullptr;
+    return std::get_if<AnyError>(&value_);
 }
 
 std::optional<std::string> ShareController::Error::errorDescription() const {
-    switch (case_) {
+    switch (kind()) {
     case Case::underlying:
-        return underlying_.value().errorDescriptionOr("Something went wrong, please try again.");
+        return underlyingError()->errorDescriptionOr("Something went wrong, please try again.");
     case Case::missingFile:
         return "One or more files could not be located by Stashly. Make sure the files are not "
                "moved or deleted and try again.";
@@ -53,9 +56,9 @@ std::optional<std::string> ShareController::Error::errorDescription() const {
 }
 
 std::string ShareController::Error::diagnosticText() const {
-    switch (case_) {
+    switch (kind()) {
     case Case::underlying:
-        return "underlying(" + underlying_.value().diagnosticText() + ")";
+        return "underlying(" + underlyingError()->diagnosticText() + ")";
     case Case::missingFile:
         return "missingFile";
     case Case::missingWebContentLink:

@@ -6,6 +6,7 @@
 #include <memory>
 #include <optional>
 #include <string>
+#include <variant>
 #include <vector>
 
 #include "Cirrus/Export.h"
@@ -74,7 +75,7 @@ public:
         [[nodiscard]] static Error missingFile();
         [[nodiscard]] static Error missingWebContentLink();
 
-        [[nodiscard]] Case kind() const { return case_; }
+        [[nodiscard]] Case kind() const;
 
         /// The error of the lower layer, as it came; null unless `kind` is `underlying`.
         [[nodiscard]] const AnyError* underlyingError() const;
@@ -87,10 +88,16 @@ public:
         [[nodiscard]] std::string diagnosticText() const;
 
     private:
-        Error(Case kind, std::optional<AnyError> underlying);
+        struct MissingFile {};
 
-        Case case_;
-        std::optional<AnyError> underlying_;
+        struct MissingWebContentLink {};
+
+        /// In the order of `Case`.
+        using Value = std::variant<AnyError, MissingFile, MissingWebContentLink>;
+
+        explicit Error(Value value);
+
+        Value value_;
     };
 
     /// Receives the job's one progress object, 100 units a file, at each change of its fraction.

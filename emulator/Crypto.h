@@ -15,6 +15,8 @@ namespace cirrus::emulator {
 class Sha256 {
 public:
     Sha256();
+    Sha256(const Sha256&) = delete;
+    Sha256& operator=(const Sha256&) = delete;
     Sha256(Sha256&&) noexcept;
     Sha256& operator=(Sha256&&) noexcept;
     ~Sha256();

@@ -31,14 +31,9 @@ DriveState::DriveState() {
 
 template <class Change>
 auto DriveState::change(Change apply) {
-    struct Notify {
-        const DriveState& state;
-
-        ~Notify() { state.changed_.notify_all(); }
-    };
-
-    const Notify notify{*this};
     const std::scoped_lock lock(mutex_);
+    // Waiters can not look before the lock is released, which is after the change.
+    changed_.notify_all();
     return apply();
 }
 
