@@ -78,33 +78,33 @@ public:
 
     std::expected<Request, HeadFailure> readHead() override {
         parser_.emplace();
-        parser_->header_limit(headLimit);
-        parser_->body_limit(boost::none);
+        parser().header_limit(headLimit);
+        parser().body_limit(boost::none);
         error_code error;
-        http::read_header(stream_, buffer_, *parser_, error);
+        http::read_header(stream_, buffer_, parser(), error);
         if (error) {
             return std::unexpected(isMalformed(error) ? HeadFailure::malformed
                                                       : HeadFailure::ended);
         }
-        return requestOf(*parser_, number_);
+        return requestOf(parser(), number_);
     }
 
-    bool bodyComplete() override { return parser_->is_done(); }
+    bool bodyComplete() override { return parser().is_done(); }
 
     std::optional<std::string_view> readBody(std::uint64_t most) override {
         const std::size_t room = std::min<std::uint64_t>(chunk_.size(), most);
-        auto& body = parser_->get().body();
+        auto& body = parser().get().body();
         body.data = chunk_.data();
         body.size = room;
         error_code error;
-        http::read_some(stream_, buffer_, *parser_, error);
+        http::read_some(stream_, buffer_, parser(), error);
         if (error && error != http::error::need_buffer) {
             return std::nullopt;
         }
         return std::string_view(chunk_.data(), room - body.size);
     }
 
-    bool keepsAlive() override { return parser_->keep_alive(); }
+    bool keepsAlive() override { return parser().keep_alive(); }
 
     bool write(std::string_view bytes) override {
         error_code error;
@@ -141,6 +141,10 @@ public:
 
 private:
     Tcp::socket& socket() { return stream_.next_layer(); }
+
+    /// The one of the current request; there is one from the reading of its head on.
+    // NOLINTNEXTLINE(bugprone-unchecked-optional-access)
+    RequestParser& parser() { return *parser_; }
 
     void run(ServerDelegate& delegate) {
         error_code error;

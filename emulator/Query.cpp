@@ -87,7 +87,7 @@ public:
     }
 
     std::optional<FileFilter> wholeText() {
-        std::optional<FileFilter> filter = expression();
+        const std::optional<FileFilter> filter = expression();
         return token_.kind == TokenKind::end ? filter : std::nullopt;
     }
 

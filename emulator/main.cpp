@@ -118,6 +118,7 @@ int run(Arguments arguments) {
 
 } // namespace
 
+// NOLINTNEXTLINE(bugprone-exception-escape): nobody is left to tell but the runtime
 int main(int count, char** words) {
     CLI::App app{"A local Google Drive for trying out and measuring its clients."};
     Arguments arguments;
