@@ -1,7 +1,9 @@
 #include "Cirrus/platform/LibraryThread.h"
 
 #include <csignal>
-#include <thread>
+#include <ctime>
+#include <memory>
+#include <system_error>
 #include <utility>
 
 namespace cirrus {
@@ -10,19 +12,50 @@ namespace {
 
 thread_local bool isOurs = false;
 
+timespec after(std::chrono::milliseconds time) {
+    const auto end = std::chrono::system_clock::now().time_since_epoch() + time;
+    const auto seconds = std::chrono::floor<std::chrono::seconds>(end);
+    return {.tv_sec = seconds.count(), .tv_nsec = std::chrono::nanoseconds(end - seconds).count()};
+}
+
+using Body = std::function<void()>;
+
+void* run(void* parameter) {
+    const std::unique_ptr<Body> body(static_cast<Body*>(parameter));
+    isOurs = true;
+    (*body)();
+    return nullptr;
+}
+
 } // namespace
 
-void startLibraryThread(std::function<void()> body) {
+LibraryThread::LibraryThread(Body body) {
+    auto parameter = std::make_unique<Body>(std::move(body));
     // A thread inherits the mask of its creator, so there is no moment in which it has another.
     sigset_t all;
     sigset_t before;
     ::sigfillset(&all);
     ::pthread_sigmask(SIG_SETMASK, &all, &before);
-    std::thread([body = std::move(body)] {
-        isOurs = true;
-        body();
-    }).detach();
+    const int failure = ::pthread_create(&thread_, nullptr, run, parameter.get());
     ::pthread_sigmask(SIG_SETMASK, &before, nullptr);
+    if (failure != 0) {
+        throw std::system_error(failure, std::generic_category());
+    }
+    static_cast<void>(parameter.release());
+}
+
+LibraryThread::~LibraryThread() {
+    if (!isJoined_) {
+        ::pthread_detach(thread_);
+    }
+}
+
+bool LibraryThread::join(std::chrono::milliseconds bound) {
+    // Not with a flag of the thread's own: what libraries keep for it goes after its last line.
+    const auto deadline = after(bound);
+    isJoined_ = isJoined_ || (::pthread_equal(thread_, ::pthread_self()) == 0 &&
+                              ::pthread_timedjoin_np(thread_, nullptr, &deadline) == 0);
+    return isJoined_;
 }
 
 bool isLibraryThread() {

@@ -1,13 +1,31 @@
 #pragma once
 
+#include <pthread.h>
+
+#include <chrono>
 #include <functional>
 
 namespace cirrus {
 
-/// Starts a thread of the library, detached, with every signal blocked: signals are the host's.
-void startLibraryThread(std::function<void()> body);
+/// A thread of the library, with every signal blocked: signals are the host's.
+class LibraryThread {
+public:
+    explicit LibraryThread(std::function<void()> body);
+    LibraryThread(const LibraryThread&) = delete;
+    LibraryThread& operator=(const LibraryThread&) = delete;
+    /// Lets the thread run on, unless it was joined.
+    ~LibraryThread();
 
-/// Whether the calling thread was started by `startLibraryThread`.
+    /// Waits until the thread is gone with all that belongs to it, but no longer than `bound`, and
+    /// not when it is the caller. False when it may still be there.
+    bool join(std::chrono::milliseconds bound);
+
+private:
+    pthread_t thread_{};
+    bool isJoined_ = false;
+};
+
+/// Whether the calling thread is a `LibraryThread`.
 [[nodiscard]] bool isLibraryThread();
 
 } // namespace cirrus

@@ -3,10 +3,7 @@
 #include <condition_variable>
 #include <deque>
 #include <mutex>
-#include <thread>
 #include <utility>
-
-#include "Cirrus/platform/LibraryThread.h"
 
 namespace cirrus {
 
@@ -14,7 +11,6 @@ namespace cirrus {
 struct SerialQueue::State {
     void run() {
         std::unique_lock lock(mutex);
-        thread = std::this_thread::get_id();
         while (true) {
             changed.wait(lock, [this] { return isStopping || !tasks.empty(); });
             if (isStopping) {
@@ -27,21 +23,16 @@ struct SerialQueue::State {
             task = nullptr;
             lock.lock();
         }
-        hasEnded = true;
-        changed.notify_all();
     }
 
     std::mutex mutex;
     std::condition_variable changed;
     std::deque<Task> tasks;
-    std::thread::id thread;
     bool isStopping = false;
-    bool hasEnded = false;
 };
 
-SerialQueue::SerialQueue() : state_(std::make_shared<State>()) {
-    startLibraryThread([state = state_] { state->run(); });
-}
+SerialQueue::SerialQueue()
+    : state_(std::make_shared<State>()), thread_([state = state_] { state->run(); }) {}
 
 SerialQueue::~SerialQueue() {
     stop(std::chrono::milliseconds::zero());
@@ -59,12 +50,12 @@ void SerialQueue::post(Task task) {
 }
 
 void SerialQueue::stop(std::chrono::milliseconds bound) {
-    std::unique_lock lock(state_->mutex);
-    state_->isStopping = true;
-    state_->changed.notify_all();
-    if (state_->thread != std::this_thread::get_id()) {
-        state_->changed.wait_for(lock, bound, [this] { return state_->hasEnded; });
+    {
+        const std::scoped_lock lock(state_->mutex);
+        state_->isStopping = true;
     }
+    state_->changed.notify_all();
+    thread_.join(bound);
 }
 
 } // namespace cirrus

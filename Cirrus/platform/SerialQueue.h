@@ -4,6 +4,8 @@
 #include <functional>
 #include <memory>
 
+#include "Cirrus/platform/LibraryThread.h"
+
 namespace cirrus {
 
 /// Runs tasks one after another, in order, on one thread of its own.
@@ -26,6 +28,7 @@ public:
 private:
     struct State;
     std::shared_ptr<State> state_;
+    LibraryThread thread_;
 };
 
 } // namespace cirrus

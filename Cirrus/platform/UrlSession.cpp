@@ -3,7 +3,6 @@
 #include <algorithm>
 #include <atomic>
 #include <cstdlib>
-#include <future>
 #include <utility>
 
 #include "Cirrus/platform/CurlEngine.h"
@@ -46,13 +45,6 @@ std::optional<std::string> refusal(const UrlRequest& request) {
 /// The threads behind the shared session.
 class UrlSession::Threads {
 public:
-    Threads() {
-        startLibraryThread([this] {
-            engine_.run();
-            networkEnded_.set_value();
-        });
-    }
-
     void start(std::unique_ptr<Transfer> transfer) {
         ++tasksOnTheirWay_;
         if (auto reason = refusal(transfer->request)) {
@@ -78,7 +70,7 @@ public:
     void stop() {
         constexpr std::chrono::seconds patience(2);
         engine_.stop();
-        networkEnded_.get_future().wait_for(patience);
+        network_.join(patience);
         callbacks_.stop(patience);
     }
 
@@ -102,7 +94,7 @@ private:
     CurlEngine engine_{[this](std::unique_ptr<Transfer> transfer, TaskOutcome outcome) {
         deliver(std::move(transfer), std::move(outcome));
     }};
-    std::promise<void> networkEnded_;
+    LibraryThread network_{[this] { engine_.run(); }};
 };
 
 bool HeaderNameLess::operator()(std::string_view left, std::string_view right) const {
