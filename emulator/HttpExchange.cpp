@@ -88,7 +88,7 @@ private:
         const std::string bytes = wireBytes(answer);
         const std::size_t size =
             std::min<std::uint64_t>(answer.cutAfter.value_or(bytes.size()), bytes.size());
-        if (size > 0 && !wire_.write(std::string_view(bytes).substr(0, size))) {
+        if (!write(std::string_view(bytes).substr(0, size), answer)) {
             return false;
         }
         if (answer.ending == Ending::close) {
@@ -97,6 +97,20 @@ private:
             wire_.reset();
         }
         return answer.ending == Ending::keepOpen;
+    }
+
+    /// With the pauses of the answer.
+    bool write(std::string_view bytes, const Answer& answer) {
+        std::size_t sent = 0;
+        for (const std::size_t place : answer.pauseAfter) {
+            const std::size_t end = std::clamp<std::size_t>(place, sent, bytes.size());
+            if ((end > sent && !wire_.write(bytes.substr(sent, end - sent))) ||
+                !wire_.waitOut(answer.pause)) {
+                return false;
+            }
+            sent = end;
+        }
+        return sent == bytes.size() || wire_.write(bytes.substr(sent));
     }
 
     HttpWire& wire_;

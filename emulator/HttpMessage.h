@@ -60,6 +60,10 @@ struct Answer {
     std::chrono::milliseconds delay{0};
     /// The size of the part that is sent; 0 sends nothing.
     std::optional<std::uint64_t> cutAfter = std::nullopt;
+    /// Where to stop on the way, as counts of bytes sent, rising; `pause` passes at each. Ends
+    /// early like `delay`.
+    std::vector<std::uint64_t> pauseAfter = {};
+    std::chrono::milliseconds pause{0};
     Ending ending = Ending::keepOpen;
     /// In an answer to the head: how much of the body to read first. The rest is read and thrown
     /// away after the answer, if the connection stays open.
