@@ -32,9 +32,10 @@ ShareJob::~ShareJob() {
 
 void ShareJob::upload(ProgressCallback progress, Completion completion) {
     unitLog.detail("upload(progress:completion:)");
+    auto progressHandler = std::make_shared<const ProgressCallback>(std::move(progress));
     {
         const std::scoped_lock lock(mutex_);
-        progressHandler_.swap(progress);
+        progressHandler_.swap(progressHandler);
         completionHandler_.swap(completion);
     }
     findOrCreateRootDirectory();
@@ -197,13 +198,16 @@ void ShareJob::progressDidChange(std::shared_ptr<const Progress> progress) {
 }
 
 void ShareJob::deliverProgress(const std::shared_ptr<const Progress>& progress) {
-    ProgressCallback handler;
+    std::shared_ptr<const ProgressCallback> handler;
     {
         const std::scoped_lock lock(mutex_);
-        handler = progressHandler_;
+        // What an `upload` after `cancel` brought hears nothing of what was queued before.
+        if (!isCancelled_) {
+            handler = progressHandler_;
+        }
     }
-    if (handler) {
-        handler(progress);
+    if (handler && *handler) {
+        (*handler)(progress);
     }
 }
 
@@ -235,9 +239,15 @@ void ShareJob::deliverSuccess(Url url) {
 
 void ShareJob::deliver(Result<Url, Error> result) {
     Completion handler;
+    // Goes too: an event loop inside the completion may meet progress of a second job.
+    std::shared_ptr<const ProgressCallback> progress;
     {
         const std::scoped_lock lock(mutex_);
+        if (isCancelled_) {
+            return;
+        }
         handler.swap(completionHandler_);
+        progress.swap(progressHandler_);
     }
     if (handler) {
         handler(std::move(result));
@@ -250,7 +260,7 @@ void ShareJob::reset() {
     ProgressObservation observation;
     std::shared_ptr<FileUploader> uploader;
     Completion completion;
-    ProgressCallback progress;
+    std::shared_ptr<const ProgressCallback> progress;
     const std::scoped_lock lock(mutex_);
     std::swap(observation, progressObservationToken_);
     uploader.swap(fileUploader_);

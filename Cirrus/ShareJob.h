@@ -53,7 +53,8 @@ private:
     /// Guards what follows. Never held while any of it is called or destroyed.
     std::mutex mutex_;
     Completion completionHandler_;
-    ProgressCallback progressHandler_;
+    /// Shared with a call that is being made, so that the callback keeps its state between calls.
+    std::shared_ptr<const ProgressCallback> progressHandler_;
     std::shared_ptr<FileUploader> fileUploader_;
     ProgressObservation progressObservationToken_;
 };
