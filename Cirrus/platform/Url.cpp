@@ -54,7 +54,8 @@ private:
 
 constexpr std::string_view unreserved =
     "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789-._~";
-constexpr std::string_view subDelimiters = "!$&'()*+,;=";
+/// What a path may hold beside them: sub-delimiters, ":", "@" and the separator of segments.
+constexpr std::string_view pathCharacters = "!$&'()*+,;=:@/";
 
 std::string percentEncoded(std::string_view text, std::string_view alsoAllowed) {
     constexpr std::string_view digits = "0123456789ABCDEF";
@@ -87,8 +88,7 @@ std::optional<Url> Url::parse(std::string_view text) {
 }
 
 Url UrlBuilder::appendingPath(const Url& url, std::string_view path) {
-    static const std::string allowed = std::string(subDelimiters) + ":@/";
-    return Url(url.text() + "/" + percentEncoded(path, allowed));
+    return Url(url.text() + "/" + percentEncoded(path, pathCharacters));
 }
 
 Url UrlBuilder::replacingQuery(const Url& url, const QueryItems& items) {

@@ -15,11 +15,12 @@ using QueryItems = std::map<std::string, std::string>;
 class UrlBuilder {
 public:
     /// `url` with `path` after one more "/". A "/" in `path` separates segments; what may not
-    /// appear in a path is percent-encoded. `url` must have no query.
+    /// appear in a path is percent-encoded. `url` must name a host and
+    /// have no query.
     [[nodiscard]] static Url appendingPath(const Url& url, std::string_view path);
 
-    /// `url` with these items as its whole query. All but unreserved characters of a value are
-    /// percent-encoded, so that every value survives as data.
+    /// `url` with these items, at least one, as its whole query. All but unreserved characters of a
+    /// value are percent-encoded, so that every value survives as data.
     [[nodiscard]] static Url replacingQuery(const Url& url, const QueryItems& items);
 
     /// Whether the URL is absolute, its scheme is "https" (in any case) and it names a host.

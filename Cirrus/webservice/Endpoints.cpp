@@ -6,21 +6,22 @@ namespace cirrus::endpoints {
 
 namespace {
 
-Url parsed(std::string_view constant) {
+/// Never destroyed: a step may still run while the process ends.
+const Url& lasting(std::string_view constant) {
     // NOLINTNEXTLINE(bugprone-unchecked-optional-access): the constants are well-formed
-    return *Url::parse(constant);
+    return *new Url(*Url::parse(constant));
 }
 
 } // namespace
 
 const Url& api() {
-    static const Url url = parsed("https://www.googleapis.com/drive/v3");
+    static const Url& url = lasting("https://www.googleapis.com/drive/v3");
     return url;
 }
 
 const Url& upload() {
-    static const Url url =
-        parsed("https://www.googleapis.com/upload/drive/v3/files?uploadType=resumable");
+    static const Url& url =
+        lasting("https://www.googleapis.com/upload/drive/v3/files?uploadType=resumable");
     return url;
 }
 
