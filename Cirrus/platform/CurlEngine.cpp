@@ -1,8 +1,6 @@
 #include "Cirrus/platform/CurlEngine.h"
 
 #include <curl/curl.h>
-#include <sys/socket.h>
-#include <unistd.h>
 
 #include <algorithm>
 #include <array>
@@ -31,6 +29,15 @@ constexpr std::size_t longestAnswer = std::size_t{8} * 1024 * 1024;
 
 /// Longest idleness in which a kept connection is used again. Servers close theirs after longer.
 constexpr long longestReuse = 15;
+
+/// libcurl's own limit falls with the number of requests on their way, so that it would close the
+/// connections of jobs that are between two requests.
+constexpr long mostKeptConnections = 1024;
+
+/// The bounds of what libcurl takes over from a body at a time. Less costs time, more makes the
+/// progress coarse.
+constexpr std::size_t smallestPiece = std::size_t{16} * 1024;
+constexpr std::size_t largestPiece = std::size_t{128} * 1024;
 
 /// The part of the idle limit after which movement is looked at again.
 constexpr int looksPerLimit = 80;
@@ -62,8 +69,10 @@ std::string_view withoutTrailingBlanks(std::string_view text) {
 /// One transfer in libcurl's hands.
 class Exchange {
 public:
-    Exchange(std::unique_ptr<Transfer> transfer, const std::optional<LoopbackPeer>& peer)
+    Exchange(std::unique_ptr<Transfer> transfer, const std::optional<LoopbackPeer>& peer,
+             OpenSockets& sockets)
         : transfer_(std::move(transfer)),
+          sockets_(sockets),
           idleWatch_(peer && peer->idleLimit ? *peer->idleLimit : transfer_->request.timeout),
           easy_(curl_easy_init()) {
         setConnection();
@@ -93,7 +102,22 @@ public:
                                           get<curl_off_t>(CURLINFO_SIZE_DOWNLOAD_T));
     }
 
+    /// Prepares the exchange to be begun again on a new connection; false when it has to end.
+    [[nodiscard]] bool beginsAnew() {
+        if (!isConnectionStale_) {
+            return false;
+        }
+        isConnectionStale_ = false;
+        set(CURLOPT_FRESH_CONNECT, 1L);
+        return true;
+    }
+
     [[nodiscard]] TaskOutcome outcome(CURLcode code) const {
+        if (!refusal_.empty()) {
+            return {.body = {},
+                    .response = {},
+                    .error = AnyError(TransportError{.code = code, .text = refusal_})};
+        }
         if (code != CURLE_OK) {
             return {.body = {}, .response = {}, .error = transportError(code, errorText(code))};
         }
@@ -116,6 +140,10 @@ private:
         set(CURLOPT_CONNECTTIMEOUT_MS, static_cast<long>(std::numeric_limits<int>::max()));
         set(CURLOPT_QUICK_EXIT, 1L);
         set(CURLOPT_OPENSOCKETFUNCTION, &Exchange::openSocket);
+        set(CURLOPT_OPENSOCKETDATA, this);
+        // Called also after this exchange, by a connection that was kept.
+        set(CURLOPT_CLOSESOCKETFUNCTION, &Exchange::closeSocket);
+        set(CURLOPT_CLOSESOCKETDATA, &sockets_);
     }
 
     void setRequest() {
@@ -128,6 +156,8 @@ private:
             const auto bytes = request.body.characters();
             set(CURLOPT_POSTFIELDS, bytes.empty() ? "" : bytes.data());
             set(CURLOPT_POSTFIELDSIZE_LARGE, static_cast<curl_off_t>(bytes.size()));
+            set(CURLOPT_UPLOAD_BUFFERSIZE,
+                static_cast<long>(std::clamp(bytes.size(), smallestPiece, largestPiece)));
         } else {
             set(CURLOPT_CUSTOMREQUEST, request.method.c_str());
         }
@@ -191,9 +221,6 @@ private:
         if (code == CURLE_OPERATION_TIMEDOUT) {
             return "Nothing moved for " + std::to_string(idleWatch_.limit().count()) + " ms";
         }
-        if (!refusal_.empty()) {
-            return refusal_;
-        }
         return errorText_.front() != '\0' ? errorText_.data() : curl_easy_strerror(code);
     }
 
@@ -213,11 +240,17 @@ private:
         return response;
     }
 
-    static curl_socket_t openSocket(void*, curlsocktype, curl_sockaddr* address) noexcept {
-        const int socket =
-            ::socket(address->family, address->socktype | SOCK_CLOEXEC, address->protocol);
-        limitUnsentBacklog(socket);
-        return socket;
+    static curl_socket_t openSocket(void* self, curlsocktype, curl_sockaddr* address) noexcept {
+        auto& exchange = *static_cast<Exchange*>(self);
+        if (exchange.refusesSecondRequest()) {
+            return CURL_SOCKET_BAD;
+        }
+        return exchange.sockets_.open(address->family, address->socktype, address->protocol);
+    }
+
+    static int closeSocket(void* sockets, curl_socket_t socket) noexcept {
+        static_cast<OpenSockets*>(sockets)->close(socket);
+        return 0;
     }
 
     static std::size_t receive(const char* bytes, std::size_t, std::size_t count, void* self) {
@@ -238,18 +271,33 @@ private:
         return 0;
     }
 
-    /// libcurl begins a request anew when a kept connection turns out to be dead. What the server
-    /// has already done with it is not known then, so it must not be sent again.
-    static int beginRequest(void* self, char*, char*, int, int) {
+    static int beginRequest(void* self, char*, char*, int, int localPort) noexcept {
         auto& exchange = *static_cast<Exchange*>(self);
-        if (std::exchange(exchange.hasBegun_, true)) {
-            exchange.refusal_ = "The connection was lost before the answer";
+        if (exchange.refusesSecondRequest()) {
             return CURL_PREREQFUNC_ABORT;
         }
-        return CURL_PREREQFUNC_OK;
+        exchange.isConnectionStale_ = exchange.isStale(localPort);
+        exchange.hasBegun_ = !exchange.isConnectionStale_;
+        return exchange.hasBegun_ ? CURL_PREREQFUNC_OK : CURL_PREREQFUNC_ABORT;
+    }
+
+    /// libcurl begins a request anew when a kept connection turns out to be dead. What the server
+    /// has already done with it is not known then, so it must not be sent again.
+    [[nodiscard]] bool refusesSecondRequest() {
+        if (hasBegun_) {
+            refusal_ = "The connection was lost before the answer";
+        }
+        return hasBegun_;
+    }
+
+    /// Whether something has come on a kept connection before anything was asked: the end of TLS,
+    /// or bytes that would pass for the answer. libcurl notices only the end of TCP.
+    [[nodiscard]] bool isStale(int localPort) const {
+        return get<long>(CURLINFO_NUM_CONNECTS) == 0 && sockets_.hasInput(localPort);
     }
 
     std::unique_ptr<Transfer> transfer_;
+    OpenSockets& sockets_;
     IdleWatch idleWatch_;
     CURL* easy_;
     curl_slist* headers_ = nullptr;
@@ -259,6 +307,7 @@ private:
     std::string body_;
     curl_off_t sent_ = 0;
     bool hasBegun_ = false;
+    bool isConnectionStale_ = false;
 };
 
 } // namespace
@@ -292,16 +341,14 @@ public:
         set(CURLMOPT_SOCKETDATA, this);
         set(CURLMOPT_TIMERFUNCTION, &Loop::timerChanged);
         set(CURLMOPT_TIMERDATA, this);
+        set(CURLMOPT_MAXCONNECTS, mostKeptConnections);
         while (beginSubmitted()) {
             poller_.wait(timeUntilNextLook(), [this](const Poller::Event& event) {
                 act(event.socket, (event.canRead ? CURL_CSELECT_IN : 0) |
                                       (event.canWrite ? CURL_CSELECT_OUT : 0) |
                                       (event.hasFailed ? CURL_CSELECT_ERR : 0));
             });
-            if (timer_ && *timer_ <= Clock::now()) {
-                timer_.reset();
-                act(CURL_SOCKET_TIMEOUT, 0);
-            }
+            actOnTimer();
             collectFinished();
             endIdle();
         }
@@ -333,6 +380,13 @@ private:
         curl_multi_socket_action(multi_, socket, events, &running);
     }
 
+    void actOnTimer() {
+        if (timer_ && *timer_ <= Clock::now()) {
+            timer_.reset();
+            act(CURL_SOCKET_TIMEOUT, 0);
+        }
+    }
+
     /// Begins what was submitted; false once the engine is to stop.
     bool beginSubmitted() {
         std::vector<Submitted> submitted;
@@ -346,11 +400,16 @@ private:
         for (auto& [transfer, peer] : submitted) {
             begin(std::move(transfer), peer);
         }
+        // libcurl's first step with a new transfer is due at once; its answer may even be there.
+        if (!submitted.empty()) {
+            actOnTimer();
+            collectFinished();
+        }
         return true;
     }
 
     void begin(std::unique_ptr<Transfer> transfer, const std::optional<LoopbackPeer>& peer) {
-        auto exchange = std::make_unique<Exchange>(std::move(transfer), peer);
+        auto exchange = std::make_unique<Exchange>(std::move(transfer), peer, sockets_);
         CURL* easy = exchange->easy();
         exchanges_.emplace(easy, std::move(exchange));
         curl_multi_add_handle(multi_, easy);
@@ -368,6 +427,10 @@ private:
 
     void end(CURL* easy, CURLcode code) {
         curl_multi_remove_handle(multi_, easy);
+        if (exchanges_.at(easy)->beginsAnew()) {
+            curl_multi_add_handle(multi_, easy);
+            return;
+        }
         auto found = exchanges_.extract(easy);
         const auto& exchange = found.mapped();
         auto outcome = exchange->outcome(code);
@@ -449,6 +512,7 @@ private:
 
     Finished finished_;
     Poller poller_;
+    OpenSockets sockets_;
     CURLM* multi_ = nullptr;
     std::optional<Clock::time_point> timer_;
     Clock::time_point nextLook_;

@@ -2,8 +2,11 @@
 
 #include <linux/tcp.h>
 #include <netinet/in.h>
+#include <poll.h>
 #include <sys/socket.h>
+#include <unistd.h>
 
+#include <algorithm>
 #include <cstddef>
 #include <utility>
 
@@ -20,6 +23,15 @@ std::optional<std::uint64_t> bytesMoved(int socket) {
         return std::nullopt;
     }
     return info.tcpi_bytes_acked + info.tcpi_bytes_received;
+}
+
+/// 0 when it has none.
+int localPortOf(int socket) {
+    sockaddr_storage address{};
+    socklen_t length = sizeof(address);
+    ::getsockname(socket, reinterpret_cast<sockaddr*>(&address), &length);
+    // The port stands at the same place in the addresses of both families.
+    return ntohs(reinterpret_cast<const sockaddr_in*>(&address)->sin_port);
 }
 
 } // namespace
@@ -51,10 +63,28 @@ std::optional<std::uint64_t> IdleWatch::systemCount() const {
     return sum;
 }
 
-void limitUnsentBacklog(int socket) {
-    const int limit = 128 * 1024;
-    // Only a refinement: where the system does not have it, nothing is lost.
-    static_cast<void>(::setsockopt(socket, IPPROTO_TCP, TCP_NOTSENT_LOWAT, &limit, sizeof(limit)));
+int OpenSockets::open(int family, int type, int protocol) {
+    const int socket = ::socket(family, type | SOCK_CLOEXEC, protocol);
+    if (socket >= 0) {
+        const int limit = 128 * 1024;
+        // Only a refinement: where the system does not have it, nothing is lost.
+        static_cast<void>(
+            ::setsockopt(socket, IPPROTO_TCP, TCP_NOTSENT_LOWAT, &limit, sizeof(limit)));
+        sockets_.push_back(socket);
+    }
+    return socket;
+}
+
+void OpenSockets::close(int socket) {
+    std::erase(sockets_, socket);
+    ::close(socket);
+}
+
+bool OpenSockets::hasInput(int localPort) const {
+    return std::ranges::any_of(sockets_, [localPort](int socket) {
+        pollfd awaited{.fd = socket, .events = POLLIN, .revents = 0};
+        return localPortOf(socket) == localPort && ::poll(&awaited, 1, 0) > 0;
+    });
 }
 
 } // namespace cirrus

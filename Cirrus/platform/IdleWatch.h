@@ -35,8 +35,20 @@ private:
     Clock::time_point lastMoved_ = Clock::now();
 };
 
-/// Keeps little unsent data of a socket in the kernel, so that what counts as sent has nearly
-/// left the machine.
-void limitUnsentBacklog(int socket);
+/// The sockets of all connections, those in use and those that are kept. All on one thread.
+class OpenSockets {
+public:
+    /// Opens a socket that keeps little unsent data in the kernel, so that what counts as sent has
+    /// nearly left the machine; -1 when the system refuses.
+    [[nodiscard]] int open(int family, int type, int protocol);
+    void close(int socket);
+
+    /// Whether something has arrived from the peer, its end included, on the connection from this
+    /// local port.
+    [[nodiscard]] bool hasInput(int localPort) const;
+
+private:
+    std::vector<int> sockets_;
+};
 
 } // namespace cirrus
