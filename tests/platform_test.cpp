@@ -8,9 +8,7 @@
 
 #include "Cirrus/platform/DateFormatter.h"
 #include "Cirrus/platform/FileContents.h"
-#include "Cirrus/platform/SerialQueue.h"
 #include "tests/support/TemporaryFolder.h"
-#include "tests/support/Waiting.h"
 
 namespace cirrus::tests {
 namespace {
@@ -88,24 +86,6 @@ TEST(FileContents, FailWhenTheyDoNotFitIntoMemory) {
     const auto contents = readFile(path);
     ASSERT_FALSE(contents);
     EXPECT_EQ(contents.error().code, ENOMEM);
-}
-
-TEST(SerialQueue, RunsTasksInOrderAndStopsFromWithin) {
-    SerialQueue queue;
-    std::string order;
-    Gate gate;
-    Awaited<std::string> end;
-    queue.post([&] {
-        gate.pass();
-        order += "a";
-        queue.post([&] {
-            queue.stop(std::chrono::hours(1));
-            end.give(order);
-        });
-    });
-    queue.post([&] { order += "b"; });
-    gate.open();
-    EXPECT_EQ(end.take(), "ab");
 }
 
 } // namespace

@@ -79,19 +79,6 @@ TEST(Progress, TellsObserversOnceForEachChangeUntilTheyEnd) {
     EXPECT_EQ(ownCalls, 1);
 }
 
-TEST(Progress, OutlivesItsParentAndItsChildren) {
-    auto parent = Progress::create(200);
-    auto child = Progress::create(4);
-    parent->addChild(child, 100);
-    child->setCompletedUnitCount(2);
-    child = Progress::create(4);
-    EXPECT_EQ(parent->fractionCompleted(), 0.25);
-    parent->addChild(child, 100);
-    parent.reset();
-    child->finish();
-    EXPECT_EQ(child->fractionCompleted(), 1.0);
-}
-
 TEST(Progress, EndsAtExactlyOneWhateverThreadsMove) {
     constexpr std::uint64_t steps = 999;
     const auto parent = Progress::create(300);

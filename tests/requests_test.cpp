@@ -146,26 +146,5 @@ TEST_F(RequestsTest, GiveTheAddressOfAnUploadOrFail) {
     }
 }
 
-TEST_F(RequestsTest, GoOnWithoutTheirServiceButCompleteNothing) {
-    Gate gate;
-    emulator_.setHeadHook([&gate](const auto&) -> std::optional<emulator::Answer> {
-        gate.pass();
-        return std::nullopt;
-    });
-    const std::string bytes(6'000'000, 'x');
-    Awaited<bool> letGo;
-    std::shared_ptr<bool> wasCalled(new bool(false), [&letGo](const bool* flag) {
-        letGo.give(*flag);
-        delete flag;
-    });
-    service_->upload(Data(bytes), Url::parse("https://www.googleapis.com/session").value(), {},
-                     [flag = std::move(wasCalled)](const auto&) { *flag = true; });
-    EXPECT_TRUE(gate.awaitArrival());
-    service_.reset();
-    gate.open();
-    EXPECT_EQ(letGo.take(), false);
-    EXPECT_TRUE(emulator_.snapshot().requests.at(0).body.bytes() == bytes);
-}
-
 } // namespace
 } // namespace cirrus::tests

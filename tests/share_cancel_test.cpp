@@ -1,5 +1,4 @@
 #include <gtest/gtest.h>
-#include <poll.h>
 
 #include <algorithm>
 
@@ -51,55 +50,40 @@ std::unique_ptr<ShareController> makeTwoFileJob(Host& host) {
         {host.folder().write("one", "first"), host.folder().write("two", "second")});
 }
 
-TEST(ShareCancel, InEveryStateSuppressesTheDelivery) {
-    for (const auto& row : stopRows) {
-        SCOPED_TRACE(row.untilThen);
-        Host host;
-        Gate gate;
-        host.drive().setHook(waitingAt(gate, row.step));
-        const auto controller = makeTwoFileJob(host);
-        const auto heard = Host::upload(*controller);
-        ASSERT_TRUE(gate.awaitArrival());
-        // The first session is requested before the controller holds the uploader.
-        Host::passCallbackThread();
-        MainQueue::drain();
-        const auto before = heard->fractions.size();
-        controller->cancel();
-        EXPECT_EQ(heard.use_count(), 1) << "the callbacks are let go at once";
-        gate.open();
-        Host::settle();
-
-        EXPECT_TRUE(heard->results.empty());
-        EXPECT_EQ(heard->fractions.size(), before);
-        EXPECT_EQ(host.requests().size(), row.afterCancel);
-        EXPECT_FALSE(
-            host.log().contains("FileUploader notice uploadNextItem(): Upload is cancelled"));
-    }
-}
-
 /// Destroys the controller and runs what the main queue still holds of the job, which keeps it.
 void destroy(std::unique_ptr<ShareController>& controller, const std::shared_ptr<Heard>& heard) {
     controller.reset();
     ASSERT_TRUE(pumpUntil([&] { return heard.use_count() == 1; }));
 }
 
-TEST(ShareCancel, DestroyingInEveryStateEndsTheJob) {
-    for (const auto& row : stopRows) {
-        SCOPED_TRACE(row.untilThen);
+class ShareStop : public testing::TestWithParam<StopRow> {};
+
+TEST_P(ShareStop, SuppressesTheDelivery) {
+    for (const bool destroys : {false, true}) {
+        SCOPED_TRACE(destroys);
         Host host;
         Gate gate;
-        host.drive().setHook(waitingAt(gate, row.step));
+        host.drive().setHook(waitingAt(gate, GetParam().step));
         auto controller = makeTwoFileJob(host);
         const auto heard = Host::upload(*controller);
         ASSERT_TRUE(gate.awaitArrival());
-        destroy(controller, heard);
+        // The first session is requested before the controller holds the uploader.
+        Host::passCallbackThread();
+        destroys ? destroy(controller, heard) : controller->cancel();
+        EXPECT_EQ(heard.use_count(), 1) << "the callbacks are let go at once";
+        const auto before = heard->fractions.size();
         gate.open();
         Host::settle();
 
         EXPECT_TRUE(heard->results.empty());
-        EXPECT_EQ(host.requests().size(), row.untilThen);
+        EXPECT_EQ(heard->fractions.size(), before);
+        EXPECT_EQ(host.requests().size(), destroys ? GetParam().untilThen : GetParam().afterCancel);
+        EXPECT_FALSE(
+            host.log().contains("FileUploader notice uploadNextItem(): Upload is cancelled"));
     }
 }
+
+INSTANTIATE_TEST_SUITE_P(At, ShareStop, testing::ValuesIn(stopRows));
 
 TEST(ShareCancel, LogsBothUnits) {
     Host host;
@@ -138,71 +122,6 @@ TEST(ShareCancel, DestroyingInMidBodyAbortsNoTransfer) {
     }));
     Host::settle();
     EXPECT_TRUE(heard->results.empty());
-}
-
-/// Runs a job without files until its success waits on the main queue, but not through it.
-std::shared_ptr<Heard> uploadUntilQueued(ShareController& controller) {
-    auto heard = Host::upload(controller);
-    pollfd awaited{.fd = MainQueue::descriptor(), .events = POLLIN, .revents = 0};
-    EXPECT_EQ(::poll(&awaited, 1, std::chrono::milliseconds(patience).count()), 1);
-    return heard;
-}
-
-TEST(ShareCancel, AfterTheOutcomeIsQueuedStillSuppressesIt) {
-    Host host;
-    const auto controller = host.makeController({});
-    const auto heard = uploadUntilQueued(*controller);
-    controller->cancel();
-    Host::settle();
-    EXPECT_TRUE(heard->results.empty());
-}
-
-TEST(ShareCancel, DestroyingAfterTheOutcomeIsQueuedDeliversIt) {
-    Host host;
-    auto controller = host.makeController({});
-    const auto heard = uploadUntilQueued(*controller);
-    controller.reset();
-    ASSERT_TRUE(pumpUntil([&] { return heard.use_count() == 1; }));
-    EXPECT_EQ(heard->results.size(), 1U);
-}
-
-TEST(ShareCancel, BeforeTheUploadRunsTheJobInSilence) {
-    Host host;
-    const auto controller = makeTwoFileJob(host);
-    controller->cancel();
-    const auto heard = Host::upload(*controller);
-    Host::settle();
-    EXPECT_TRUE(heard->results.empty());
-    EXPECT_TRUE(heard->fractions.empty());
-}
-
-TEST(ShareCancel, FromInsideTheProgressCallbackIsTheLastCall) {
-    Host host;
-    const auto controller = makeTwoFileJob(host);
-    int calls = 0;
-    controller->upload(
-        [&](const auto&) {
-            ++calls;
-            controller->cancel();
-        },
-        [](const auto&) { ADD_FAILURE(); });
-    ASSERT_TRUE(pumpUntil([&] { return calls > 0; }));
-    Host::settle();
-    EXPECT_EQ(calls, 1);
-}
-
-TEST(ShareCancel, DestroyingFromInsideTheProgressCallbackEndsTheJob) {
-    Host host;
-    Gate gate;
-    host.drive().setHook(waitingAt(gate, Step::permission));
-    auto controller = makeTwoFileJob(host);
-    const auto held = std::make_shared<int>();
-    controller->upload([&](const auto&) { controller.reset(); },
-                       [held](const auto&) { ADD_FAILURE(); });
-    // What is queued already still holds the job.
-    ASSERT_TRUE(pumpUntil([&] { return held.use_count() == 1; }));
-    gate.open();
-    Host::settle();
 }
 
 TEST(ShareCancel, FromInsideTheCompletionIsHarmless) {

@@ -184,33 +184,6 @@ TEST(ShareJob, GrantsWhatTheContextSays) {
     }
 }
 
-TEST(ShareJob, SecondUploadTakesTheDeliveriesOfTheFirst) {
-    Host host;
-    const auto controller = host.makeController({host.folder().write("file", "x")});
-    const auto first = Host::upload(*controller);
-    const auto second = Host::uploadAndWait(*controller);
-    EXPECT_TRUE(first->results.empty());
-    EXPECT_EQ(first.use_count(), 1) << "the callbacks of the first call are let go";
-    EXPECT_EQ(second->results.size(), 1U);
-}
-
-TEST(ShareJob, UploadFromInsideTheCompletionReportsNothing) {
-    Host host;
-    const auto controller = host.makeController({});
-    int completions = 0;
-    std::shared_ptr<Heard> again;
-    controller->upload({}, [&](const auto&) {
-        ++completions;
-        again = Host::upload(*controller);
-    });
-    ASSERT_TRUE(pumpUntil([&] { return completions > 0; }));
-    Host::settle();
-    EXPECT_EQ(completions, 1);
-    EXPECT_TRUE(again->results.empty());
-    constexpr std::size_t requestsOfBoth = 5 + 4;
-    EXPECT_EQ(host.requests().size(), requestsOfBoth);
-}
-
 TEST(ShareJob, MovesAndDoesNothingOnceMovedFrom) {
     Host host;
     auto controller = host.makeController({});

@@ -156,28 +156,6 @@ TEST_F(UrlSessionTest, NamesTheReasonWhenThereIsNoAnswer) {
     EXPECT_EQ(attempt(), "timedOut");
 }
 
-TEST_F(UrlSessionTest, SendsNothingTwiceWhenTheConnectionBreaks) {
-    for (const auto ending : {Ending::reset, Ending::close}) {
-        // First on a new connection, then on one that is kept from an exchange before.
-        answerWith(emulator::hangUp(ending));
-        EXPECT_EQ(attempt(), "transportError");
-        answerWith({.body = ""});
-        EXPECT_EQ(attempt(), "200");
-        answerWith(emulator::hangUp(ending));
-        EXPECT_EQ(attempt(), "transportError");
-    }
-    EXPECT_EQ(emulator_.snapshot().requests.size(), 6U);
-}
-
-TEST_F(UrlSessionTest, TakesNoAnswerLongerThan8MiB) {
-    constexpr std::size_t limit = std::size_t{8} * 1024 * 1024;
-    answerWith({.body = std::string(limit, 'x')});
-    EXPECT_EQ(perform(request()).body.value().size(), limit);
-    answerWith({.body = std::string(limit + 1, 'x')});
-    const auto error = perform(request()).error.value();
-    EXPECT_EQ(error.diagnosticText(), "transportError(23: The answer is longer than 8 MiB)");
-}
-
 TEST_F(UrlSessionTest, CompletesOnOneThreadOfItsOwnWithAllSignalsBlocked) {
     const auto threadOfCompletion = [](std::string_view url) {
         Awaited<std::thread::id> thread;
