@@ -41,7 +41,8 @@ LibraryThread::LibraryThread(Body body) {
     if (failure != 0) {
         throw std::system_error(failure, std::generic_category());
     }
-    static_cast<void>(parameter.release());
+    // NOLINTNEXTLINE(bugprone-unused-return-value): the thread has it now
+    parameter.release();
 }
 
 LibraryThread::~LibraryThread() {
