@@ -70,20 +70,23 @@ int OpenSockets::open(int family, int type, int protocol) {
         // Only a refinement: where the system does not have it, nothing is lost.
         static_cast<void>(
             ::setsockopt(socket, IPPROTO_TCP, TCP_NOTSENT_LOWAT, &limit, sizeof(limit)));
-        sockets_.push_back(socket);
+        sockets_.push_back({.descriptor = socket});
     }
     return socket;
 }
 
 void OpenSockets::close(int socket) {
-    std::erase(sockets_, socket);
+    std::erase_if(sockets_, [socket](const auto& held) { return held.descriptor == socket; });
     ::close(socket);
 }
 
-bool OpenSockets::hasInput(int localPort) const {
-    return std::ranges::any_of(sockets_, [localPort](int socket) {
-        pollfd awaited{.fd = socket, .events = POLLIN, .revents = 0};
-        return localPortOf(socket) == localPort && ::poll(&awaited, 1, 0) > 0;
+bool OpenSockets::hasInput(int localPort) {
+    return std::ranges::any_of(sockets_, [localPort](OpenSocket& socket) {
+        if (socket.localPort == 0) {
+            socket.localPort = localPortOf(socket.descriptor);
+        }
+        pollfd awaited{.fd = socket.descriptor, .events = POLLIN, .revents = 0};
+        return socket.localPort == localPort && ::poll(&awaited, 1, 0) > 0;
     });
 }
 

@@ -45,10 +45,15 @@ public:
 
     /// Whether something has arrived from the peer, its end included, on the connection from this
     /// local port.
-    [[nodiscard]] bool hasInput(int localPort) const;
+    [[nodiscard]] bool hasInput(int localPort);
 
 private:
-    std::vector<int> sockets_;
+    struct OpenSocket {
+        int descriptor = -1;
+        int localPort = 0; ///< 0 until it was looked up
+    };
+
+    std::vector<OpenSocket> sockets_;
 };
 
 } // namespace cirrus
