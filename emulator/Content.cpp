@@ -5,7 +5,8 @@
 namespace cirrus::emulator {
 
 const std::string& Content::bytes() const {
-    static const std::string none;
+    // Never destroyed: a request may still be answered while the process ends.
+    static const std::string& none = *new std::string();
     return kept ? *kept : none;
 }
 

@@ -7,16 +7,15 @@ namespace cirrus::emulator {
 
 namespace {
 
-const FieldNames& knownFields() {
-    static const FieldNames names{"kind",     "id",          "name",
-                                  "mimeType", "webViewLink", "webContentLink",
-                                  "parents",  "size",        "sha256Checksum"};
-    return names;
+// Made anew by each call: a request may still be answered while the process ends.
+
+FieldNames knownFields() {
+    return {"kind",           "id",      "name", "mimeType",      "webViewLink",
+            "webContentLink", "parents", "size", "sha256Checksum"};
 }
 
-const FieldNames& unaskedFields() {
-    static const FieldNames names{"kind", "id", "name", "mimeType"};
-    return names;
+FieldNames unaskedFields() {
+    return {"kind", "id", "name", "mimeType"};
 }
 
 std::string_view trimmed(std::string_view text) {
@@ -50,6 +49,7 @@ std::expected<FieldNames, InvalidField> parseFields(const std::optional<std::str
     if (!selector) {
         return unaskedFields();
     }
+    const FieldNames known = knownFields();
     FieldNames fields;
     std::string_view rest = *selector;
     for (bool more = true; more;) {
@@ -58,8 +58,8 @@ std::expected<FieldNames, InvalidField> parseFields(const std::optional<std::str
         more = comma != std::string_view::npos;
         rest.remove_prefix(more ? comma + 1 : rest.size());
         if (name == "*") {
-            fields = knownFields();
-        } else if (knownFields().contains(name)) {
+            fields = known;
+        } else if (known.contains(name)) {
             fields.emplace(name);
         } else {
             return std::unexpected(InvalidField{std::string(name)});
