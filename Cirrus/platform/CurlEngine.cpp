@@ -11,6 +11,7 @@
 #include <vector>
 
 #include "Cirrus/platform/IdleWatch.h"
+#include "Cirrus/platform/OpenSockets.h"
 #include "Cirrus/platform/Poller.h"
 #include "Cirrus/platform/TransportError.h"
 

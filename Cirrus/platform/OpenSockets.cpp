@@ -1,0 +1,53 @@
+#include "Cirrus/platform/OpenSockets.h"
+
+#include <netinet/in.h>
+#include <netinet/tcp.h>
+#include <poll.h>
+#include <sys/socket.h>
+#include <unistd.h>
+
+#include <algorithm>
+
+namespace cirrus {
+
+namespace {
+
+/// 0 when it has none.
+int localPortOf(int socket) {
+    sockaddr_storage address{};
+    socklen_t length = sizeof(address);
+    ::getsockname(socket, reinterpret_cast<sockaddr*>(&address), &length);
+    // The port stands at the same place in the addresses of both families.
+    return ntohs(reinterpret_cast<const sockaddr_in*>(&address)->sin_port);
+}
+
+} // namespace
+
+int OpenSockets::open(int family, int type, int protocol) {
+    const int socket = ::socket(family, type | SOCK_CLOEXEC, protocol);
+    if (socket >= 0) {
+        const int limit = 128 * 1024;
+        // Only a refinement: where the system does not have it, nothing is lost.
+        static_cast<void>(
+            ::setsockopt(socket, IPPROTO_TCP, TCP_NOTSENT_LOWAT, &limit, sizeof(limit)));
+        sockets_.push_back({.descriptor = socket});
+    }
+    return socket;
+}
+
+void OpenSockets::close(int socket) {
+    std::erase_if(sockets_, [socket](const auto& held) { return held.descriptor == socket; });
+    ::close(socket);
+}
+
+bool OpenSockets::hasInput(int localPort) {
+    return std::ranges::any_of(sockets_, [localPort](OpenSocket& socket) {
+        if (socket.localPort == 0) {
+            socket.localPort = localPortOf(socket.descriptor);
+        }
+        pollfd awaited{.fd = socket.descriptor, .events = POLLIN, .revents = 0};
+        return socket.localPort == localPort && ::poll(&awaited, 1, 0) > 0;
+    });
+}
+
+} // namespace cirrus
