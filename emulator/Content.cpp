@@ -1,4 +1,4 @@
-#include "emulator/Content.h"
+#include "emulator/ContentReader.h"
 
 #include <utility>
 

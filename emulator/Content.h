@@ -5,8 +5,6 @@
 #include <string>
 #include <string_view>
 
-#include "emulator/Crypto.h"
-
 namespace cirrus::emulator {
 
 /// What is remembered of uploaded contents.
@@ -24,23 +22,6 @@ struct Content {
 
     /// The bytes; empty when they are not kept.
     [[nodiscard]] const std::string& bytes() const;
-};
-
-/// Takes contents in piece by piece. Belongs to one thread at a time.
-class ContentReader {
-public:
-    explicit ContentReader(ContentPolicy policy) : policy_(policy) {}
-
-    void append(std::string_view piece);
-
-    /// What was taken in; ends the reading.
-    [[nodiscard]] Content finish();
-
-private:
-    ContentPolicy policy_;
-    std::uint64_t size_ = 0;
-    std::string bytes_;
-    Sha256 digest_;
 };
 
 /// These bytes as kept content.

@@ -4,6 +4,8 @@
 #include <limits>
 #include <string>
 
+#include "emulator/ContentReader.h"
+
 namespace cirrus::emulator {
 
 namespace {
