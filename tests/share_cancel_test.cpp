@@ -15,26 +15,6 @@ using emulator::Answer;
 using emulator::Request;
 using emulator::Snapshot;
 
-/// How many requests a job of two files makes in all when it is stopped during one of them.
-struct StopRow {
-    Step step;
-    std::size_t untilThen;
-    std::size_t afterCancel;
-};
-
-constexpr std::size_t all = 9;
-constexpr std::array stopRows{
-    // While the folders are prepared, `cancel` only suppresses the delivery.
-    StopRow{Step::search, 1, all},
-    StopRow{Step::createRoot, 2, all},
-    StopRow{Step::createDestination, 3, all},
-    // While files upload, the chain ends with the uploader.
-    StopRow{Step::session, 4, 4},
-    StopRow{Step::content, 5, 5},
-    StopRow{Step::permission, 8, all},
-    StopRow{Step::link, 9, all},
-};
-
 /// Lets the first request of a step wait at the gate before it is answered.
 emulator::RequestHook waitingAt(Gate& gate, Step step) {
     return [&gate, step](const Request& request) -> std::optional<Answer> {
@@ -55,35 +35,6 @@ void destroy(std::unique_ptr<ShareController>& controller, const std::shared_ptr
     controller.reset();
     ASSERT_TRUE(pumpUntil([&] { return heard.use_count() == 1; }));
 }
-
-class ShareStop : public testing::TestWithParam<StopRow> {};
-
-TEST_P(ShareStop, SuppressesTheDelivery) {
-    for (const bool destroys : {false, true}) {
-        SCOPED_TRACE(destroys);
-        Host host;
-        Gate gate;
-        host.drive().setHook(waitingAt(gate, GetParam().step));
-        auto controller = makeTwoFileJob(host);
-        const auto heard = Host::upload(*controller);
-        ASSERT_TRUE(gate.awaitArrival());
-        // The first session is requested before the controller holds the uploader.
-        Host::passCallbackThread();
-        destroys ? destroy(controller, heard) : controller->cancel();
-        EXPECT_EQ(heard.use_count(), 1) << "the callbacks are let go at once";
-        const auto before = heard->fractions.size();
-        gate.open();
-        Host::settle();
-
-        EXPECT_TRUE(heard->results.empty());
-        EXPECT_EQ(heard->fractions.size(), before);
-        EXPECT_EQ(host.requests().size(), destroys ? GetParam().untilThen : GetParam().afterCancel);
-        EXPECT_FALSE(
-            host.log().contains("FileUploader notice uploadNextItem(): Upload is cancelled"));
-    }
-}
-
-INSTANTIATE_TEST_SUITE_P(At, ShareStop, testing::ValuesIn(stopRows));
 
 TEST(ShareCancel, LogsBothUnits) {
     Host host;

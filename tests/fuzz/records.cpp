@@ -1,0 +1,18 @@
+/// Any text as JSON and as each record: what can be read can be written and read again.
+#include "Cirrus/records/ServiceError.h"
+#include "tests/fuzz/Checks.h"
+
+using namespace cirrus;
+
+extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* bytes, std::size_t size) {
+    if (const auto json = parseJson({reinterpret_cast<const char*>(bytes), size})) {
+        require(parseJson(writeJson(*json).value()).value() == *json);
+        tryRecords<File, FileList, Permission>(*json);
+        if (const auto error = ServiceError::decode(*json)) {
+            const JsonValue::Object inner{{"code", error->code}, {"message", error->message}};
+            const auto again = ServiceError::decode(JsonValue::Object{{"error", inner}});
+            require(again.value() == *error);
+        }
+    }
+    return 0;
+}
