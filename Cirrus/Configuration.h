@@ -20,6 +20,8 @@ namespace cirrus {
 /// facility's own use, always empty. `file` and `function` stay valid for the life of the process.
 class CIRRUS_EXPORT LogSink {
 public:
+    /// Makes the text of a line, UTF-8 except where a path in it is not. Costs nothing until it is
+    /// called; may be copied and kept.
     using Message = std::function<std::string()>;
 
     LogSink() = default;

@@ -22,9 +22,11 @@ class ShareJob;
 /// uploads the files one after another, shares the folder and fetches its link.
 ///
 /// The object is the host's hold on the job. Destroying it lets the job go: the request on its
-/// way is not stopped, no further one is made, and no callback is called, unless the outcome was
-/// already waiting on the main queue; that is still delivered. Movable, not copyable; a moved-from
-/// object has no job, and its operations do nothing.
+/// way is not stopped, no further one is made, and no callback is called. But each call that waits
+/// on the main queue, for progress or the outcome, holds the job too: it is still made, and until
+/// then the job goes on. To end it in silence with the request on its way, `cancel`, then destroy.
+///
+/// Movable, not copyable; a moved-from object has no job, and its operations do nothing.
 ///
 /// Create, use and destroy it on one thread, as a rule the one that runs the `MainQueue`; `cancel`
 /// may come from any. All of this is allowed from inside either callback too, and so is a nested
@@ -59,9 +61,10 @@ public:
         std::optional<std::chrono::system_clock::time_point> expiration_;
     };
 
-    /// Why a job failed.
+    /// Why a job failed. One immutable value; safe to copy, keep and read on any thread.
     class CIRRUS_EXPORT Error {
     public:
+        /// What kind of failure it was.
         enum class Case {
             /// A folder, the files, the permission or the link failed; `underlyingError` says how.
             underlying,
@@ -71,17 +74,22 @@ public:
             missingWebContentLink
         };
 
+        /// An error of the case `underlying` that carries this one.
         [[nodiscard]] static Error underlying(AnyError error);
+        /// The error of the case `missingFile`.
         [[nodiscard]] static Error missingFile();
+        /// The error of the case `missingWebContentLink`.
         [[nodiscard]] static Error missingWebContentLink();
 
+        /// Which case this is.
         [[nodiscard]] Case kind() const;
 
-        /// The error of the lower layer, as it came; null unless `kind` is `underlying`.
+        /// The error of the lower layer, as it came; null unless `kind` is `underlying`. It lives
+        /// as long as this error.
         [[nodiscard]] const AnyError* underlyingError() const;
 
-        /// Words for the user, to be shown as they are. Absent only when the underlying error is
-        /// of a kind with words of its own and has none to give.
+        /// Words for the user, UTF-8, to be shown as they are. Absent only when the underlying
+        /// error is of a kind with words of its own and has none to give.
         [[nodiscard]] std::optional<std::string> errorDescription() const;
 
         /// What happened, for a log: the case's name and, in parentheses, what it carries.
@@ -109,7 +117,9 @@ public:
     ShareController(Context context, std::string accessToken);
     ShareController(const ShareController&) = delete;
     ShareController& operator=(const ShareController&) = delete;
+    /// Takes over the job, running or not.
     ShareController(ShareController&& other) noexcept;
+    /// Lets the job of this object go, as its destruction would, and takes over the other's.
     ShareController& operator=(ShareController&& other) noexcept;
     ~ShareController();
 
@@ -117,8 +127,9 @@ public:
     ///
     /// Both callbacks are called on the main queue only, and may be empty. `progress`: any number
     /// of times while the files upload, never before the first change and never after the
-    /// completion. `completion`: at most once; not at all once `cancel` was called or this object
-    /// was destroyed. What they hold is let go on the main queue or inside a call of the host's.
+    /// completion. `completion`: at most once. Neither is called once `cancel` has returned on the
+    /// main queue's thread. What they hold is let go on the main queue or inside a call of the
+    /// host's. They must not throw.
     ///
     /// A second call drops the callbacks of the first, uncalled, and runs a second job beside it
     /// that shares its deliveries: the first outcome of either goes to the newest callbacks and

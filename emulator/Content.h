@@ -16,8 +16,8 @@ enum class ContentPolicy {
 
 /// The contents of a file or the body of a request. Copies share the bytes.
 struct Content {
-    std::uint64_t size = 0;
-    std::string sha256; ///< lower-case hexadecimal; empty under `ContentPolicy::discard`
+    std::uint64_t size = 0; ///< in bytes
+    std::string sha256;     ///< lower-case hexadecimal; empty under `ContentPolicy::discard`
     std::shared_ptr<const std::string> kept; ///< null unless the bytes are kept
 
     /// The bytes; empty when they are not kept.

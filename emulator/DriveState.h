@@ -20,41 +20,44 @@ namespace cirrus::emulator {
 
 inline constexpr std::string_view folderMimeType = "application/vnd.google-apps.folder";
 
+/// A permission on a file or folder.
 struct Permission {
-    std::string id;
-    std::string type;
-    std::string role;
-    std::optional<std::string> emailAddress;
+    std::string id;                            ///< "anyoneWithLink" for everybody, else random
+    std::string type;                          ///< such as "user" or "anyone"
+    std::string role;                          ///< such as "reader"
+    std::optional<std::string> emailAddress;   ///< whom it is for
     std::optional<std::string> emailMessage;   ///< of the notification
     std::optional<std::string> expirationTime; ///< as the client wrote it
-    std::optional<std::chrono::system_clock::time_point> expiresAt;
+    std::optional<std::chrono::system_clock::time_point> expiresAt; ///< the same, read
 };
 
 /// A file or a folder.
 struct File {
-    std::string id;
-    std::string name;
-    std::string mimeType;
-    std::vector<std::string> parents;
-    Content content;
+    std::string id;                      ///< random
+    std::string name;                    ///< need not be the only one of its kind
+    std::string mimeType;                ///< `folderMimeType` for a folder
+    std::vector<std::string> parents;    ///< ids of folders
+    Content content;                     ///< as it was uploaded
     std::vector<Permission> permissions; ///< in the order of their creation
-    bool trashed = false;
+    bool trashed = false;                ///< still there, but in the trash
 
+    /// Whether it is a folder.
     [[nodiscard]] bool isFolder() const { return mimeType == folderMimeType; }
 };
 
 /// What a client says about a file before it exists. No parents: in the root.
 struct FileMetadata {
-    std::string name;
-    std::string mimeType;
-    std::vector<std::string> parents = {};
+    std::string name;                      ///< "Untitled" when the client gave none
+    std::string mimeType;                  ///< for a folder `folderMimeType`
+    std::vector<std::string> parents = {}; ///< ids of folders
 };
 
 /// A parent that does not exist.
 struct UnknownParent {
-    std::string id;
+    std::string id; ///< what was asked for
 };
 
+/// A request with what became of it.
 struct RecordedRequest : Request {
     /// Of the answer, known before the client can see it. None while there is no answer, and when
     /// nothing or raw bytes are sent.
@@ -63,14 +66,14 @@ struct RecordedRequest : Request {
 
 /// Everything that an emulator holds and has seen at one moment.
 struct Snapshot {
-    std::string rootId;
+    std::string rootId;      ///< of the folder at the top
     std::vector<File> files; ///< without the root, in the order of their creation
     std::map<std::string, FileMetadata, std::less<>> openSessions; ///< by upload id
     std::vector<RecordedRequest> requests; ///< in the order in which their reading ended
-    std::uint64_t connectionsAccepted = 0;
-    std::uint64_t connectionsOpen = 0; ///< not yet closed by both sides
-    std::uint64_t tlsHandshakes = 0;
-    std::uint64_t bodyBytesReceived = 0; ///< of all requests, also of those still being read
+    std::uint64_t connectionsAccepted = 0; ///< in all
+    std::uint64_t connectionsOpen = 0;     ///< not yet closed by both sides
+    std::uint64_t tlsHandshakes = 0;       ///< completed ones
+    std::uint64_t bodyBytesReceived = 0;   ///< of all requests, also of those still being read
 
     /// The file or folder with this id, or null. It lives as long as the snapshot.
     [[nodiscard]] const File* file(std::string_view id) const;

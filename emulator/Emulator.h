@@ -17,10 +17,11 @@
 
 namespace cirrus::emulator {
 
+/// How an emulator is set up.
 struct Options {
     std::uint16_t port = 0;                                ///< 0: a free one
     std::optional<std::string> accessToken = std::nullopt; ///< a random one without it
-    ContentPolicy contents = ContentPolicy::keep;
+    ContentPolicy contents = ContentPolicy::keep;          ///< what becomes of uploaded bytes
     /// DNS names of the certificate beside `www.googleapis.com` and `localhost`.
     std::vector<std::string> certificateHosts = {};
 };
@@ -34,6 +35,7 @@ using RequestHook = std::function<std::optional<Answer>(const Request&)>;
 /// A local Google Drive: state, API and an HTTPS server on 127.0.0.1. Safe from any thread.
 class Emulator {
 public:
+    /// Starts an empty Drive. Fails when the port is taken, for example.
     [[nodiscard]] static std::expected<std::unique_ptr<Emulator>, EmulatorError>
     start(Options options = {});
 
@@ -42,12 +44,14 @@ public:
     Emulator(const Emulator&) = delete;
     Emulator& operator=(const Emulator&) = delete;
 
+    /// The port on 127.0.0.1 that it listens on.
     [[nodiscard]] std::uint16_t port() const;
     /// What requests have to carry as `Authorization: Bearer`.
     [[nodiscard]] const std::string& accessToken() const;
     /// The certificate to trust, as PEM text.
     [[nodiscard]] const std::string& certificateAuthority() const;
 
+    /// All that it holds and has seen by now.
     [[nodiscard]] Snapshot snapshot() const;
     /// Waits until the predicate holds; false when it does not within this time. The predicate
     /// must not call the emulator.

@@ -6,8 +6,9 @@ namespace cirrus::emulator {
 
 /// Why the emulator could not be started.
 struct EmulatorError {
-    std::string reason;
+    std::string reason; ///< for a developer
 
+    /// The reason.
     [[nodiscard]] std::string diagnosticText() const { return reason; }
 };
 

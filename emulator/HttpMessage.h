@@ -11,19 +11,21 @@
 
 namespace cirrus::emulator {
 
+/// One header field.
 struct Header {
-    std::string name;
-    std::string value;
+    std::string name;  ///< as it is written
+    std::string value; ///< without blanks around it
 };
 
+/// One item of a query.
 struct QueryItem {
-    std::string name;
-    std::string value;
+    std::string name;  ///< percent-decoded
+    std::string value; ///< percent-decoded; empty without "="
 };
 
 /// One request as it was received.
 struct Request {
-    std::string method = {};
+    std::string method = {};           ///< for example POST
     std::string target = {};           ///< as in the request line
     std::string path = {};             ///< of the target, percent-decoded
     std::vector<QueryItem> query = {}; ///< of the target, decoded, in order
@@ -48,9 +50,9 @@ enum class Ending {
 
 /// One answer and how to send it.
 struct Answer {
-    unsigned status = 200;
-    std::string reason = {}; ///< the usual phrase when empty
-    std::vector<Header> headers = {};
+    unsigned status = 200;            ///< of HTTP
+    std::string reason = {};          ///< the usual phrase when empty
+    std::vector<Header> headers = {}; ///< in this order
     /// `Content-Length` goes with it. Nothing: neither body nor `Content-Length`, as with 204.
     std::optional<std::string> body = std::nullopt;
     /// Bytes to send as they are instead of everything above.
@@ -63,8 +65,8 @@ struct Answer {
     /// Where to stop on the way, as counts of bytes sent, rising; `pause` passes at each. Ends
     /// early like `delay`.
     std::vector<std::uint64_t> pauseAfter = {};
-    std::chrono::milliseconds pause{0};
-    Ending ending = Ending::keepOpen;
+    std::chrono::milliseconds pause{0}; ///< see `pauseAfter`
+    Ending ending = Ending::keepOpen;   ///< what follows
     /// In an answer to the head: how much of the body to read first. The rest is read and thrown
     /// away after the answer, if the connection stays open.
     std::uint64_t bodyReadFirst = 0;

@@ -10,9 +10,11 @@
 
 namespace cirrus::emulator {
 
+/// How a local Drive is set up.
 struct LocalDriveOptions {
+    /// How its emulator is.
     Options emulator = {};
-    /// Replaces the session's idle limit of every request, when given.
+    /// How long nothing may move before a request fails, in place of the library's 10 seconds.
     std::optional<std::chrono::milliseconds> idleLimit = std::nullopt;
 };
 
@@ -20,6 +22,7 @@ struct LocalDriveOptions {
 /// the library's shared session goes to it. One at a time.
 class LocalDrive {
 public:
+    /// Starts the emulator and points the session at it, for requests made from now on.
     [[nodiscard]] static std::expected<std::unique_ptr<LocalDrive>, EmulatorError>
     start(LocalDriveOptions options = {});
 
@@ -28,8 +31,10 @@ public:
     LocalDrive(const LocalDrive&) = delete;
     LocalDrive& operator=(const LocalDrive&) = delete;
 
+    /// The emulator. It lives as long as this object.
     Emulator* operator->() { return emulator_.get(); }
 
+    /// The emulator. It lives as long as this object.
     Emulator& operator*() { return *emulator_; }
 
 private:

@@ -24,6 +24,7 @@ public:
     Relay(const Relay&) = delete;
     Relay& operator=(const Relay&) = delete;
 
+    /// The port on 127.0.0.1 that it listens on.
     [[nodiscard]] std::uint16_t port() const;
 
     /// How many bytes a second pass in each direction of each connection; 0 for no limit.

@@ -94,7 +94,7 @@ TEST_F(IdleLimit, EndsASilentTransferInEveryPhase) {
 }
 
 TEST_F(IdleLimit, OfTenSecondsHoldsInEveryPhase) {
-    expectEveryPhaseToEndAfter(std::chrono::seconds(10), std::nullopt, milliseconds(1000));
+    expectEveryPhaseToEndAfter(std::chrono::seconds(10), std::nullopt, milliseconds(500));
 }
 
 TEST_F(IdleLimit, LetsATransferCrawlOnThatMovesAtAll) {

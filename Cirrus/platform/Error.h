@@ -30,6 +30,7 @@ concept DescribedErrorKind = ErrorKind<Kind> && requires(const Kind& kind) {
 /// Safe to read from any thread.
 class AnyError {
 public:
+    /// Holds this value.
     template <ErrorKind Kind>
         requires(!std::same_as<Kind, AnyError>)
     explicit AnyError(Kind kind) : held_(std::make_shared<Model<Kind>>(std::move(kind))) {}

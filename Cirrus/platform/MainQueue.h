@@ -20,13 +20,16 @@ namespace cirrus {
 /// the process ends are never run. Every operation is safe from any thread.
 class CIRRUS_EXPORT MainQueue {
 public:
+    /// What is run once, and may be destroyed without having run. Must not throw.
     using Task = std::move_only_function<void()>;
     /// Takes a task and sees to it that it runs later, once, on the host's main thread. Called on
-    /// any thread, outside any lock.
+    /// any thread, several at once, outside any lock. Tasks of one thread have to keep their order.
+    /// Must not throw, nor run the task there and then.
     using Dispatcher = std::function<void(Task)>;
 
     /// Sends tasks posted from now on to `dispatcher`; an empty one goes back to the built-in
-    /// queue. Tasks already in the built-in queue stay there.
+    /// queue. Tasks already in the built-in queue stay there. The dispatcher before is let go once
+    /// no call of it runs.
     static void setDispatcher(Dispatcher dispatcher);
 
     /// Puts a task on the queue and returns at once.

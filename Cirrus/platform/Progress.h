@@ -18,7 +18,9 @@ public:
     ProgressObservation() = default;
     ProgressObservation(const ProgressObservation&) = delete;
     ProgressObservation& operator=(const ProgressObservation&) = delete;
+    /// Takes over the observation; `other` has none then.
     ProgressObservation(ProgressObservation&& other) noexcept = default;
+    /// Ends the observation of this object and takes over the other's.
     ProgressObservation& operator=(ProgressObservation&& other) noexcept;
     ~ProgressObservation();
 
@@ -38,14 +40,17 @@ private:
 /// by `std::shared_ptr`; every operation is safe from any thread.
 class CIRRUS_EXPORT Progress : public std::enable_shared_from_this<Progress> {
 public:
+    /// Receives the object that has changed. Must not throw.
     using Handler = std::function<void(const Progress&)>;
 
+    /// An object for this many units, none of them completed.
     [[nodiscard]] static std::shared_ptr<Progress> create(std::uint64_t totalUnitCount);
 
     Progress(const Progress&) = delete;
     Progress& operator=(const Progress&) = delete;
     ~Progress();
 
+    /// All units, completed or not; never changes.
     [[nodiscard]] std::uint64_t totalUnitCount() const;
 
     /// The part of the work that is done, from 0 to 1. Exactly 1 once everything is complete; 0

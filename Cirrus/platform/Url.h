@@ -16,8 +16,10 @@ public:
     /// or a character outside ASCII, with a broken percent escape, and so on.
     [[nodiscard]] static std::optional<Url> parse(std::string_view text);
 
+    /// The text as it was given, never empty. It lives as long as this value.
     [[nodiscard]] const std::string& text() const { return text_; }
 
+    /// Whether the texts are equal, byte by byte.
     friend bool operator==(const Url&, const Url&) = default;
 
 private:
