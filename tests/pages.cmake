@@ -1,5 +1,4 @@
 # Every C++ block of the pages is a program that has to compile and link as it stands there.
-find_package(Qt6 6.4 REQUIRED COMPONENTS Widgets)
 find_package(spdlog 1.10 REQUIRED)
 
 function(add_programs_of page)

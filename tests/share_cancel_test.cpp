@@ -99,21 +99,6 @@ std::shared_ptr<FileUploader> makeUploader(Host& host) {
         std::make_shared<GoogleWebservice>(host.drive().accessToken()), "root");
 }
 
-TEST(FileUploaderCancel, StopsBeforeTheNextFile) {
-    Host host;
-    Gate gate;
-    host.drive().setHook(waitingAt(gate, Step::content));
-    const auto uploader = makeUploader(host);
-    uploader->upload([](const auto&) { ADD_FAILURE(); });
-    ASSERT_TRUE(gate.awaitArrival());
-    uploader->cancel();
-    gate.open();
-    ASSERT_TRUE(host.log().await("FileUploader notice uploadNextItem(): Upload is cancelled"));
-    Host::settle();
-    EXPECT_EQ(host.requests().size(), 2U);
-    EXPECT_EQ(host.drive().snapshot().files.size(), 1U);
-}
-
 TEST(FileUploaderCancel, BeforeTheStartSendsNothing) {
     Host host;
     const auto uploader = makeUploader(host);
