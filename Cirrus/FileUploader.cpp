@@ -33,7 +33,7 @@ FileUploader::FileUploader(const std::vector<std::filesystem::path>& files,
       webservice_(std::move(webservice)),
       progress_(Progress::create(files.size() * unitsPerFile)) {
     for (const auto& file : files) {
-        pendingItems_.push_back({.url = file, .filesize = fileSize(file).value_or(0)});
+        pendingItems_.push_back(std::make_shared<const Item>(file, fileSize(file).value_or(0)));
     }
 }
 
@@ -59,17 +59,17 @@ void FileUploader::uploadNextItem() {
         finish();
         return;
     }
-    const Item item = pendingItems_.front();
+    const auto item = pendingItems_.front();
     upload(item, [uploader = weak_from_this(), item](const Result<File, Error>& result) {
         itemDidEnd(uploader, item, result);
     });
 }
 
-void FileUploader::upload(const Item& item, ItemCompletion completion) {
+void FileUploader::upload(const SharedItem& item, ItemCompletion completion) {
     constexpr auto name = "upload(_:completion:)";
     unitLog.detail(name);
     webservice_->createUploadUrl(
-        lastPathComponent(item.url), static_cast<std::int64_t>(item.filesize), parentIdentifier_,
+        lastPathComponent(item->url), static_cast<std::int64_t>(item->filesize), parentIdentifier_,
         [uploader = weak_from_this(), item,
          completion = std::move(completion)](Result<Url, WebserviceError> result) mutable {
             if (!result) {
@@ -79,7 +79,7 @@ void FileUploader::upload(const Item& item, ItemCompletion completion) {
             }
             unitLog.detail(name, "Finished creating upload URL, proceeding to upload content...");
             if (const auto self = uploader.lock()) {
-                self->uploadContent(item, *result, std::move(completion));
+                self->uploadContent(*item, *result, std::move(completion));
             }
         });
 }
@@ -115,7 +115,7 @@ void FileUploader::uploadContent(const Item& item, const Url& to, ItemCompletion
 }
 
 /// Records the outcome of the file in flight and goes on. The uploader may go away at any moment.
-void FileUploader::itemDidEnd(const std::weak_ptr<FileUploader>& uploader, const Item& item,
+void FileUploader::itemDidEnd(const std::weak_ptr<FileUploader>& uploader, const SharedItem& item,
                               const Result<File, Error>& result) {
     if (const auto self = uploader.lock()) {
         self->pendingItems_.pop_front();

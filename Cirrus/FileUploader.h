@@ -88,12 +88,14 @@ private:
         friend bool operator==(const Item&, const Item&) = default;
     };
 
+    /// Of the uploader and of the step that is under way, either of which may end first.
+    using SharedItem = std::shared_ptr<const Item>;
     using ItemCompletion = std::move_only_function<void(Result<File, Error>)>;
 
     void uploadNextItem();
-    void upload(const Item& item, ItemCompletion completion);
+    void upload(const SharedItem& item, ItemCompletion completion);
     void uploadContent(const Item& item, const Url& to, ItemCompletion completion);
-    static void itemDidEnd(const std::weak_ptr<FileUploader>& uploader, const Item& item,
+    static void itemDidEnd(const std::weak_ptr<FileUploader>& uploader, const SharedItem& item,
                            const Result<File, Error>& result);
     void finish();
 
@@ -101,9 +103,9 @@ private:
     const std::shared_ptr<Webservice> webservice_;
     const std::shared_ptr<Progress> progress_;
     // Only one step runs at a time, so that none of these needs a lock.
-    std::deque<Item> pendingItems_;
-    std::vector<Item> finishedItems_;
-    std::vector<Item> failedItems_;
+    std::deque<SharedItem> pendingItems_;
+    std::vector<SharedItem> finishedItems_;
+    std::vector<SharedItem> failedItems_;
     std::atomic<bool> isCancelled_ = false;
     CompletionHandler completionHandler_;
 };

@@ -5,7 +5,6 @@
 #include <algorithm>
 #include <array>
 #include <limits>
-#include <mutex>
 #include <unordered_map>
 #include <utility>
 #include <vector>
@@ -35,10 +34,16 @@ constexpr long longestReuse = 15;
 /// connections of jobs that are between two requests.
 constexpr long mostKeptConnections = 1024;
 
-/// The bounds of what libcurl takes over from a body at a time. Less costs time, more makes the
-/// progress coarse.
-constexpr std::size_t smallestPiece = std::size_t{16} * 1024;
-constexpr std::size_t largestPiece = std::size_t{128} * 1024;
+/// The most handles that are kept for exchanges to come; each holds about 20 KiB.
+constexpr std::size_t mostSpareHandles = 16;
+
+/// What libcurl takes over from a body at a time. Less costs time, more makes the progress coarse.
+std::size_t pieceOf(std::size_t bodySize) {
+    constexpr std::size_t KiB = 1024;
+    constexpr std::size_t piecesOfLargeBody = 32;
+    const auto largest = std::clamp(bodySize / piecesOfLargeBody, 128 * KiB, 256 * KiB);
+    return std::clamp(bodySize, 16 * KiB, largest);
+}
 
 /// The part of the idle limit after which movement is looked at again.
 constexpr int looksPerLimit = 80;
@@ -67,33 +72,92 @@ std::string_view withoutTrailingBlanks(std::string_view text) {
     return text.substr(0, text.find_last_not_of(" \t\r\n") + 1);
 }
 
+/// libcurl's easy handle, with the options that are the same for all exchanges with a peer. An
+/// exchange sets all others, so that one may follow another on it.
+class Handle {
+public:
+    Handle(Peer peer, OpenSockets& sockets) : peer_(std::move(peer)), easy_(curl_easy_init()) {
+        set(CURLOPT_NOSIGNAL, 1L);
+        set(CURLOPT_PROTOCOLS_STR, "https");
+        set(CURLOPT_HTTP_VERSION, httpVersion);
+        set(CURLOPT_SSLVERSION, static_cast<long>(CURL_SSLVERSION_TLSv1_2));
+        // Nothing of one exchange shall reach the next but the connection.
+        set(CURLOPT_SSL_SESSIONID_CACHE, 0L);
+        set(CURLOPT_MAXAGE_CONN, longestReuse);
+        // The idle limit counts here as everywhere, and libcurl's own limits would cut it short.
+        set(CURLOPT_CONNECTTIMEOUT_MS, static_cast<long>(std::numeric_limits<int>::max()));
+        set(CURLOPT_QUICK_EXIT, 1L);
+        set(CURLOPT_PATH_AS_IS, 1L);
+        set(CURLOPT_FOLLOWLOCATION, 0L);
+        set(CURLOPT_NOPROGRESS, 0L);
+        // Called also after an exchange, by a connection that was kept.
+        set(CURLOPT_CLOSESOCKETFUNCTION, &Handle::closeSocket);
+        set(CURLOPT_CLOSESOCKETDATA, &sockets);
+        if (peer_) {
+            connectTo(*peer_);
+        }
+    }
+
+    Handle(const Handle&) = delete;
+    Handle& operator=(const Handle&) = delete;
+
+    ~Handle() {
+        curl_easy_cleanup(easy_);
+        curl_slist_free_all(connectTo_);
+    }
+
+    [[nodiscard]] CURL* easy() const { return easy_; }
+
+    [[nodiscard]] const Peer& peer() const { return peer_; }
+
+    template <class Value>
+    void set(CURLoption option, Value value) {
+        curl_easy_setopt(easy_, option, value);
+    }
+
+private:
+    void connectTo(const LoopbackPeer& peer) {
+        connectTo_ =
+            curl_slist_append(nullptr, ("::127.0.0.1:" + std::to_string(peer.port)).c_str());
+        // libcurl has no const here, but copies.
+        std::string authority = peer.certificateAuthority;
+        curl_blob blob{.data = authority.data(), .len = authority.size(), .flags = CURL_BLOB_COPY};
+        set(CURLOPT_CONNECT_TO, connectTo_);
+        set(CURLOPT_CAINFO_BLOB, &blob);
+        set(CURLOPT_CAPATH, nullptr);
+        set(CURLOPT_PROXY, "");
+    }
+
+    static int closeSocket(void* sockets, curl_socket_t socket) noexcept {
+        static_cast<OpenSockets*>(sockets)->close(socket);
+        return 0;
+    }
+
+    Peer peer_;
+    CURL* easy_;
+    curl_slist* connectTo_ = nullptr;
+};
+
 /// One transfer in libcurl's hands.
 class Exchange {
 public:
-    Exchange(std::unique_ptr<Transfer> transfer, const std::optional<LoopbackPeer>& peer,
+    Exchange(std::unique_ptr<Transfer> transfer, std::unique_ptr<Handle> handle,
              OpenSockets& sockets)
         : transfer_(std::move(transfer)),
+          handle_(std::move(handle)),
           sockets_(sockets),
-          idleWatch_(peer && peer->idleLimit ? *peer->idleLimit : transfer_->request.timeout),
-          easy_(curl_easy_init()) {
-        setConnection();
+          idleWatch_(handle_->peer() && handle_->peer()->idleLimit ? *handle_->peer()->idleLimit
+                                                                   : transfer_->request.timeout) {
         setRequest();
         setCallbacks();
-        if (peer) {
-            connectTo(*peer);
-        }
     }
 
     Exchange(const Exchange&) = delete;
     Exchange& operator=(const Exchange&) = delete;
 
-    ~Exchange() {
-        curl_easy_cleanup(easy_);
-        curl_slist_free_all(headers_);
-        curl_slist_free_all(connectTo_);
-    }
+    ~Exchange() { curl_slist_free_all(headers_); }
 
-    [[nodiscard]] CURL* easy() const { return easy_; }
+    [[nodiscard]] CURL* easy() const { return handle_->easy(); }
 
     IdleWatch& idleWatch() { return idleWatch_; }
 
@@ -130,36 +194,27 @@ public:
 
     [[nodiscard]] std::unique_ptr<Transfer> takeTransfer() { return std::move(transfer_); }
 
-private:
-    void setConnection() {
-        set(CURLOPT_NOSIGNAL, 1L);
-        set(CURLOPT_PROTOCOLS_STR, "https");
-        set(CURLOPT_HTTP_VERSION, httpVersion);
-        set(CURLOPT_SSLVERSION, static_cast<long>(CURL_SSLVERSION_TLSv1_2));
-        set(CURLOPT_MAXAGE_CONN, longestReuse);
-        // The idle limit counts here as everywhere, and libcurl's own limits would cut it short.
-        set(CURLOPT_CONNECTTIMEOUT_MS, static_cast<long>(std::numeric_limits<int>::max()));
-        set(CURLOPT_QUICK_EXIT, 1L);
-        set(CURLOPT_OPENSOCKETFUNCTION, &Exchange::openSocket);
-        set(CURLOPT_OPENSOCKETDATA, this);
-        // Called also after this exchange, by a connection that was kept.
-        set(CURLOPT_CLOSESOCKETFUNCTION, &Exchange::closeSocket);
-        set(CURLOPT_CLOSESOCKETDATA, &sockets_);
+    /// The handle for another exchange; at the end of this one.
+    [[nodiscard]] std::unique_ptr<Handle> takeHandle() {
+        set(CURLOPT_HTTPHEADER, nullptr);
+        set(CURLOPT_ERRORBUFFER, nullptr);
+        return std::move(handle_);
     }
 
+private:
     void setRequest() {
         const auto& request = transfer_->request;
         set(CURLOPT_URL, request.url.text().c_str());
-        set(CURLOPT_PATH_AS_IS, 1L);
-        set(CURLOPT_FOLLOWLOCATION, 0L);
+        set(CURLOPT_FRESH_CONNECT, 0L);
         if (request.method == "POST") {
+            set(CURLOPT_CUSTOMREQUEST, nullptr);
             // The bytes stay ours: libcurl reads them piece by piece.
             const auto bytes = request.body.characters();
             set(CURLOPT_POSTFIELDS, bytes.empty() ? "" : bytes.data());
             set(CURLOPT_POSTFIELDSIZE_LARGE, static_cast<curl_off_t>(bytes.size()));
-            set(CURLOPT_UPLOAD_BUFFERSIZE,
-                static_cast<long>(std::clamp(bytes.size(), smallestPiece, largestPiece)));
+            set(CURLOPT_UPLOAD_BUFFERSIZE, static_cast<long>(pieceOf(bytes.size())));
         } else {
+            set(CURLOPT_HTTPGET, 1L);
             set(CURLOPT_CUSTOMREQUEST, request.method.c_str());
         }
         setHeaders(request.headers);
@@ -184,37 +239,26 @@ private:
     }
 
     void setCallbacks() {
+        set(CURLOPT_OPENSOCKETFUNCTION, &Exchange::openSocket);
+        set(CURLOPT_OPENSOCKETDATA, this);
         set(CURLOPT_ERRORBUFFER, errorText_.data());
         set(CURLOPT_WRITEFUNCTION, &Exchange::receive);
         set(CURLOPT_WRITEDATA, this);
-        set(CURLOPT_NOPROGRESS, 0L);
         set(CURLOPT_XFERINFOFUNCTION, &Exchange::advance);
         set(CURLOPT_XFERINFODATA, this);
         set(CURLOPT_PREREQFUNCTION, &Exchange::beginRequest);
         set(CURLOPT_PREREQDATA, this);
     }
 
-    void connectTo(const LoopbackPeer& peer) {
-        connectTo_ =
-            curl_slist_append(nullptr, ("::127.0.0.1:" + std::to_string(peer.port)).c_str());
-        // libcurl has no const here, but copies.
-        std::string authority = peer.certificateAuthority;
-        curl_blob blob{.data = authority.data(), .len = authority.size(), .flags = CURL_BLOB_COPY};
-        set(CURLOPT_CONNECT_TO, connectTo_);
-        set(CURLOPT_CAINFO_BLOB, &blob);
-        set(CURLOPT_CAPATH, nullptr);
-        set(CURLOPT_PROXY, "");
-    }
-
     template <class Value>
     void set(CURLoption option, Value value) {
-        curl_easy_setopt(easy_, option, value);
+        handle_->set(option, value);
     }
 
     template <class Value>
     [[nodiscard]] Value get(CURLINFO info) const {
         Value value{};
-        curl_easy_getinfo(easy_, info, &value);
+        curl_easy_getinfo(easy(), info, &value);
         return value;
     }
 
@@ -230,7 +274,7 @@ private:
                               .headers = {}};
         constexpr int lastAnswer = -1;
         curl_header* header = nullptr;
-        while ((header = curl_easy_nextheader(easy_, CURLH_HEADER, lastAnswer, header)) !=
+        while ((header = curl_easy_nextheader(easy(), CURLH_HEADER, lastAnswer, header)) !=
                nullptr) {
             const std::string_view value = withoutTrailingBlanks(header->value);
             auto [field, isNew] = response.headers.try_emplace(header->name, value);
@@ -247,11 +291,6 @@ private:
             return CURL_SOCKET_BAD;
         }
         return exchange.sockets_.open(address->family, address->socktype, address->protocol);
-    }
-
-    static int closeSocket(void* sockets, curl_socket_t socket) noexcept {
-        static_cast<OpenSockets*>(sockets)->close(socket);
-        return 0;
     }
 
     static std::size_t receive(const char* bytes, std::size_t, std::size_t count, void* self) {
@@ -298,11 +337,10 @@ private:
     }
 
     std::unique_ptr<Transfer> transfer_;
+    std::unique_ptr<Handle> handle_;
     OpenSockets& sockets_;
     IdleWatch idleWatch_;
-    CURL* easy_;
     curl_slist* headers_ = nullptr;
-    curl_slist* connectTo_ = nullptr;
     std::array<char, CURL_ERROR_SIZE> errorText_{};
     std::string refusal_;
     std::string body_;
@@ -316,25 +354,8 @@ private:
 /// The loop of the network thread.
 class CurlEngine::Loop {
 public:
-    explicit Loop(Finished finished) : finished_(std::move(finished)) {
-        curl_global_init(CURL_GLOBAL_DEFAULT);
-    }
-
-    void submit(std::unique_ptr<Transfer> transfer) {
-        {
-            const std::scoped_lock lock(mutex_);
-            if (isStopping_) {
-                return;
-            }
-            submitted_.push_back({std::move(transfer), peer_});
-        }
-        poller_.wake();
-    }
-
-    void setPeer(std::optional<LoopbackPeer> peer) {
-        const std::scoped_lock lock(mutex_);
-        peer_ = std::move(peer);
-    }
+    Loop(Poller& poller, Inbox& inbox, const Finished& finished)
+        : poller_(poller), inbox_(inbox), finished_(finished) {}
 
     void run() {
         multi_ = curl_multi_init();
@@ -349,28 +370,20 @@ public:
                                       (event.canWrite ? CURL_CSELECT_OUT : 0) |
                                       (event.hasFailed ? CURL_CSELECT_ERR : 0));
             });
+            inbox_.ownerIsAwake();
             actOnTimer();
             collectFinished();
             endIdle();
         }
-        dropAll();
+        for (const auto& [easy, exchange] : exchanges_) {
+            curl_multi_remove_handle(multi_, easy);
+        }
+        exchanges_.clear();
+        spare_.clear();
         curl_multi_cleanup(multi_);
     }
 
-    void stop() {
-        {
-            const std::scoped_lock lock(mutex_);
-            isStopping_ = true;
-        }
-        poller_.wake();
-    }
-
 private:
-    struct Submitted {
-        std::unique_ptr<Transfer> transfer;
-        std::optional<LoopbackPeer> peer;
-    };
-
     template <class Value>
     void set(CURLMoption option, Value value) {
         curl_multi_setopt(multi_, option, value);
@@ -388,32 +401,37 @@ private:
         }
     }
 
-    /// Begins what was submitted; false once the engine is to stop.
+    /// Begins all that was submitted; false once the engine is to stop.
     bool beginSubmitted() {
-        std::vector<Submitted> submitted;
-        {
-            const std::scoped_lock lock(mutex_);
-            if (isStopping_) {
-                return false;
+        for (auto submitted = inbox_.take(); submitted; submitted = inbox_.take()) {
+            if (submitted->empty()) {
+                return true;
             }
-            submitted.swap(submitted_);
-        }
-        for (auto& [transfer, peer] : submitted) {
-            begin(std::move(transfer), peer);
-        }
-        // libcurl's first step with a new transfer is due at once; its answer may even be there.
-        if (!submitted.empty()) {
+            for (auto& [transfer, peer] : *submitted) {
+                begin(std::move(transfer), peer);
+            }
+            // libcurl's first step with a new transfer is due at once. It may bring the answer.
             actOnTimer();
             collectFinished();
         }
-        return true;
+        return false;
     }
 
-    void begin(std::unique_ptr<Transfer> transfer, const std::optional<LoopbackPeer>& peer) {
-        auto exchange = std::make_unique<Exchange>(std::move(transfer), peer, sockets_);
+    void begin(std::unique_ptr<Transfer> transfer, const Peer& peer) {
+        auto exchange = std::make_unique<Exchange>(std::move(transfer), handleFor(peer), sockets_);
         CURL* easy = exchange->easy();
         exchanges_.emplace(easy, std::move(exchange));
         curl_multi_add_handle(multi_, easy);
+    }
+
+    std::unique_ptr<Handle> handleFor(const Peer& peer) {
+        if (spare_.empty() || spare_.back()->peer() != peer) {
+            spare_.clear();
+            return std::make_unique<Handle>(peer, sockets_);
+        }
+        auto handle = std::move(spare_.back());
+        spare_.pop_back();
+        return handle;
     }
 
     void collectFinished() {
@@ -435,6 +453,10 @@ private:
         auto found = exchanges_.extract(easy);
         const auto& exchange = found.mapped();
         auto outcome = exchange->outcome(code);
+        // Not after a failure: what that leaves behind in libcurl is nothing to build on.
+        if (code == CURLE_OK && spare_.size() < mostSpareHandles) {
+            spare_.push_back(exchange->takeHandle());
+        }
         finished_(exchange->takeTransfer(), std::move(outcome));
     }
 
@@ -470,16 +492,9 @@ private:
         }
     }
 
-    void dropAll() {
-        for (const auto& [easy, exchange] : exchanges_) {
-            curl_multi_remove_handle(multi_, easy);
-        }
-        exchanges_.clear();
-    }
-
     static int socketChanged(CURL* easy, curl_socket_t socket, int what, void* self, void*) {
         auto& loop = *static_cast<Loop*>(self);
-        loop.poller_.watch(socket, interestOf(what));
+        loop.sockets_.watch(socket, interestOf(what));
         const auto found = loop.exchanges_.find(easy);
         if (found != loop.exchanges_.end()) {
             auto& watch = found->second->idleWatch();
@@ -511,38 +526,23 @@ private:
         return 0;
     }
 
-    Finished finished_;
-    Poller poller_;
-    OpenSockets sockets_;
+    Poller& poller_;
+    Inbox& inbox_;
+    const Finished& finished_;
+    OpenSockets sockets_{poller_};
     CURLM* multi_ = nullptr;
     std::optional<Clock::time_point> timer_;
     Clock::time_point nextLook_;
     std::unordered_map<CURL*, std::unique_ptr<Exchange>> exchanges_;
-
-    std::mutex mutex_;
-    std::vector<Submitted> submitted_;
-    std::optional<LoopbackPeer> peer_;
-    bool isStopping_ = false;
+    std::vector<std::unique_ptr<Handle>> spare_;
 };
 
-CurlEngine::CurlEngine(Finished finished) : loop_(std::make_unique<Loop>(std::move(finished))) {}
-
-CurlEngine::~CurlEngine() = default;
-
-void CurlEngine::submit(std::unique_ptr<Transfer> transfer) {
-    loop_->submit(std::move(transfer));
-}
-
-void CurlEngine::setPeer(std::optional<LoopbackPeer> peer) {
-    loop_->setPeer(std::move(peer));
+CurlEngine::CurlEngine(Finished finished) : finished_(std::move(finished)) {
+    curl_global_init(CURL_GLOBAL_DEFAULT);
 }
 
 void CurlEngine::run() {
-    loop_->run();
-}
-
-void CurlEngine::stop() {
-    loop_->stop();
+    Loop(poller_, inbox_, finished_).run();
 }
 
 } // namespace cirrus

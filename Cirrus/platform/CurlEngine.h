@@ -3,8 +3,11 @@
 #include <functional>
 #include <memory>
 #include <optional>
+#include <utility>
 
+#include "Cirrus/platform/Inbox.h"
 #include "Cirrus/platform/LoopbackPeer.h"
+#include "Cirrus/platform/Poller.h"
 #include "Cirrus/platform/UrlSession.h"
 
 namespace cirrus {
@@ -18,23 +21,25 @@ public:
     explicit CurlEngine(Finished finished);
     CurlEngine(const CurlEngine&) = delete;
     CurlEngine& operator=(const CurlEngine&) = delete;
-    ~CurlEngine();
 
     /// Begins a transfer. Safe from any thread; dropped without a word after `stop`.
-    void submit(std::unique_ptr<Transfer> transfer);
+    void submit(std::unique_ptr<Transfer> transfer) { inbox_.put(std::move(transfer)); }
 
     /// Counts for transfers submitted afterwards. Safe from any thread.
-    void setPeer(std::optional<LoopbackPeer> peer);
+    void setPeer(std::optional<LoopbackPeer> peer) { inbox_.setPeer(std::move(peer)); }
 
     /// Runs the engine on this thread until `stop`. What is still on its way then is dropped.
     void run();
 
     /// Makes `run` return soon. Safe from any thread.
-    void stop();
+    void stop() { inbox_.close(); }
 
 private:
     class Loop;
-    std::unique_ptr<Loop> loop_;
+
+    Finished finished_;
+    Poller poller_;
+    Inbox inbox_{poller_};
 };
 
 } // namespace cirrus

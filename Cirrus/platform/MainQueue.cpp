@@ -3,12 +3,13 @@
 #include <sys/eventfd.h>
 #include <unistd.h>
 
-#include <condition_variable>
 #include <cstdint>
 #include <deque>
 #include <memory>
 #include <mutex>
 #include <utility>
+
+#include "Cirrus/platform/Wakeup.h"
 
 namespace cirrus {
 
@@ -19,27 +20,39 @@ public:
     void post(MainQueue::Task task) {
         {
             const std::scoped_lock lock(mutex_);
-            if (tasks_.empty()) {
+            if (tasks_.empty() && descriptor_ >= 0) {
                 ::eventfd_write(descriptor_, 1);
             }
             tasks_.push_back(std::move(task));
             ++posted_;
         }
-        changed_.notify_one();
+        wakeup_.wake();
     }
 
     /// The first task, if it is among the first `limit` tasks that were ever posted.
     MainQueue::Task takeAmong(std::uint64_t limit) {
         const std::scoped_lock lock(mutex_);
         const auto taken = posted_ - tasks_.size();
-        return tasks_.empty() || taken >= limit ? MainQueue::Task() : takeFirst();
+        if (tasks_.empty() || taken >= limit) {
+            return {};
+        }
+        wakeup_.takeOne();
+        return takeFirst();
     }
 
     /// The first task, waiting for it; none once `stop` was called.
     MainQueue::Task wait() {
-        std::unique_lock lock(mutex_);
-        changed_.wait(lock, [this] { return isStopping_ || !tasks_.empty(); });
-        return std::exchange(isStopping_, false) ? MainQueue::Task() : takeFirst();
+        while (true) {
+            wakeup_.wait();
+            const std::scoped_lock lock(mutex_);
+            if (std::exchange(isStopping_, false)) {
+                return {};
+            }
+            // `drain` may have been there first.
+            if (!tasks_.empty()) {
+                return takeFirst();
+            }
+        }
     }
 
     void stop() {
@@ -47,7 +60,7 @@ public:
             const std::scoped_lock lock(mutex_);
             isStopping_ = true;
         }
-        changed_.notify_all();
+        wakeup_.wake();
     }
 
     /// How many tasks were ever posted.
@@ -56,13 +69,20 @@ public:
         return posted_;
     }
 
-    [[nodiscard]] int descriptor() const { return descriptor_; }
+    /// Made when first asked for: who does not poll it shall not pay for it.
+    [[nodiscard]] int descriptor() {
+        const std::scoped_lock lock(mutex_);
+        if (descriptor_ < 0) {
+            descriptor_ = ::eventfd(tasks_.empty() ? 0 : 1, EFD_CLOEXEC | EFD_NONBLOCK);
+        }
+        return descriptor_;
+    }
 
 private:
     MainQueue::Task takeFirst() {
         auto task = std::move(tasks_.front());
         tasks_.pop_front();
-        if (tasks_.empty()) {
+        if (tasks_.empty() && descriptor_ >= 0) {
             eventfd_t counter = 0;
             ::eventfd_read(descriptor_, &counter);
         }
@@ -70,11 +90,11 @@ private:
     }
 
     mutable std::mutex mutex_;
-    std::condition_variable changed_;
+    Wakeup wakeup_; ///< once for each task, and for `stop`
     std::deque<MainQueue::Task> tasks_;
     std::uint64_t posted_ = 0;
     bool isStopping_ = false;
-    int descriptor_ = ::eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK);
+    int descriptor_ = -1;
 };
 
 struct Shared {

@@ -30,14 +30,35 @@ int OpenSockets::open(int family, int type, int protocol) {
         // Only a refinement: where the system does not have it, nothing is lost.
         static_cast<void>(
             ::setsockopt(socket, IPPROTO_TCP, TCP_NOTSENT_LOWAT, &limit, sizeof(limit)));
+        // One that libcurl closed unannounced may have had the same number.
+        drop(socket);
         sockets_.push_back({.descriptor = socket});
     }
     return socket;
 }
 
 void OpenSockets::close(int socket) {
-    std::erase_if(sockets_, [socket](const auto& held) { return held.descriptor == socket; });
+    drop(socket);
     ::close(socket);
+}
+
+void OpenSockets::drop(int socket) {
+    std::erase_if(sockets_, [socket](const auto& held) { return held.descriptor == socket; });
+    poller_.watch(socket, Poller::Interest::none);
+}
+
+void OpenSockets::watch(int socket, Poller::Interest interest) {
+    const auto found = std::ranges::find(sockets_, socket, &OpenSocket::descriptor);
+    if (found == sockets_.end()) {
+        poller_.watch(socket, interest);
+    } else if (interest == Poller::Interest::none) {
+        // Often closed already: libcurl closes a socket that does not connect without a word.
+        poller_.pause(socket);
+    } else if (found->isUsedAgain) {
+        poller_.resume(socket, interest);
+    } else {
+        poller_.watch(socket, interest);
+    }
 }
 
 bool OpenSockets::hasInput(int localPort) {
@@ -45,6 +66,7 @@ bool OpenSockets::hasInput(int localPort) {
         if (socket.localPort == 0) {
             socket.localPort = localPortOf(socket.descriptor);
         }
+        socket.isUsedAgain = socket.isUsedAgain || socket.localPort == localPort;
         pollfd awaited{.fd = socket.descriptor, .events = POLLIN, .revents = 0};
         return socket.localPort == localPort && ::poll(&awaited, 1, 0) > 0;
     });

@@ -40,7 +40,11 @@ int waitTime(std::optional<std::chrono::milliseconds> timeout) {
 
 Poller::Poller()
     : epoll_(::epoll_create1(EPOLL_CLOEXEC)), wakeup_(::eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK)) {
-    watch(wakeup_, Interest::read);
+    // Each call of `wake` is an event of its own then, and the count need not be taken back.
+    epoll_event event{};
+    event.events = EPOLLIN | EPOLLET;
+    event.data.fd = wakeup_;
+    ::epoll_ctl(epoll_, EPOLL_CTL_ADD, wakeup_, &event);
 }
 
 Poller::~Poller() {
@@ -49,6 +53,28 @@ Poller::~Poller() {
 }
 
 void Poller::watch(int socket, Interest interest) {
+    auto& watched = watched_[socket];
+    watched.wanted = interest;
+    registerInterest(socket, watched, interest);
+    if (interest == Interest::none) {
+        watched_.erase(socket);
+    }
+}
+
+void Poller::pause(int socket) {
+    watched_[socket].wanted = Interest::none;
+}
+
+void Poller::resume(int socket, Interest interest) {
+    auto& watched = watched_[socket];
+    watched.wanted = interest;
+    if (watched.registered != interest) {
+        registerInterest(socket, watched, interest);
+    }
+}
+
+void Poller::registerInterest(int socket, Watched& watched, Interest interest) const {
+    watched.registered = interest;
     if (interest == Interest::none) {
         // Fails harmlessly when the socket is closed already.
         ::epoll_ctl(epoll_, EPOLL_CTL_DEL, socket, nullptr);
@@ -69,15 +95,23 @@ void Poller::wait(std::optional<std::chrono::milliseconds> timeout,
         ::epoll_wait(epoll_, ready.data(), static_cast<int>(ready.size()), waitTime(timeout));
     for (int index = 0; index < count; ++index) {
         const auto& event = ready.at(static_cast<std::size_t>(index));
-        if (event.data.fd == wakeup_) {
-            eventfd_t counter = 0;
-            ::eventfd_read(wakeup_, &counter);
-            continue;
-        }
-        handle({.socket = event.data.fd,
-                .canRead = (event.events & (EPOLLIN | EPOLLHUP | EPOLLRDHUP)) != 0,
-                .canWrite = (event.events & EPOLLOUT) != 0,
-                .hasFailed = (event.events & EPOLLERR) != 0});
+        pass({.socket = event.data.fd,
+              .canRead = (event.events & (EPOLLIN | EPOLLHUP | EPOLLRDHUP)) != 0,
+              .canWrite = (event.events & EPOLLOUT) != 0,
+              .hasFailed = (event.events & EPOLLERR) != 0},
+             handle);
+    }
+}
+
+void Poller::pass(const Event& event, const std::function<void(const Event&)>& handle) {
+    const auto found = watched_.find(event.socket);
+    if (found == watched_.end()) {
+        return; // `wake`
+    }
+    if (found->second.wanted == Interest::none) {
+        registerInterest(event.socket, found->second, Interest::none);
+    } else {
+        handle(event);
     }
 }
 

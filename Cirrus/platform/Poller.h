@@ -3,6 +3,7 @@
 #include <chrono>
 #include <functional>
 #include <optional>
+#include <unordered_map>
 
 namespace cirrus {
 
@@ -25,6 +26,14 @@ public:
 
     void watch(int socket, Interest interest);
 
+    /// Passes on no events of a socket until it is watched again, but leaves it with the system,
+    /// which forgets it when it is closed or when something happens on it.
+    void pause(int socket);
+
+    /// Like `watch`, for a paused socket that was not closed since: costs nothing when the interest
+    /// is the one from before.
+    void resume(int socket, Interest interest);
+
     /// Waits until something happens, at most `timeout` (for ever without one), and calls
     /// `handle` for each socket that is ready.
     void wait(std::optional<std::chrono::milliseconds> timeout,
@@ -34,8 +43,17 @@ public:
     void wake();
 
 private:
+    struct Watched {
+        Interest wanted = Interest::none;
+        Interest registered = Interest::none; ///< with the system
+    };
+
+    void registerInterest(int socket, Watched& watched, Interest interest) const;
+    void pass(const Event& event, const std::function<void(const Event&)>& handle);
+
     int epoll_;
     int wakeup_;
+    std::unordered_map<int, Watched> watched_;
 };
 
 } // namespace cirrus

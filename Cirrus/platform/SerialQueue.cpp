@@ -1,32 +1,35 @@
 #include "Cirrus/platform/SerialQueue.h"
 
-#include <condition_variable>
 #include <deque>
 #include <mutex>
 #include <utility>
+
+#include "Cirrus/platform/Wakeup.h"
 
 namespace cirrus {
 
 /// Shared with the thread, which may outlive the queue by the task that it is in.
 struct SerialQueue::State {
     void run() {
-        std::unique_lock lock(mutex);
-        while (true) {
-            changed.wait(lock, [this] { return isStopping || !tasks.empty(); });
-            if (isStopping) {
-                break;
-            }
-            auto task = std::move(tasks.front());
-            tasks.pop_front();
-            lock.unlock();
+        while (auto task = next()) {
             task();
-            task = nullptr;
-            lock.lock();
         }
     }
 
+    /// The first task, waiting for it; none once the queue is stopping.
+    Task next() {
+        wakeup.wait();
+        const std::scoped_lock lock(mutex);
+        if (isStopping) {
+            return {};
+        }
+        auto task = std::move(tasks.front());
+        tasks.pop_front();
+        return task;
+    }
+
     std::mutex mutex;
-    std::condition_variable changed;
+    Wakeup wakeup; ///< once for each task, and when stopping
     std::deque<Task> tasks;
     bool isStopping = false;
 };
@@ -46,7 +49,7 @@ void SerialQueue::post(Task task) {
         }
         state_->tasks.push_back(std::move(task));
     }
-    state_->changed.notify_all();
+    state_->wakeup.wake();
 }
 
 void SerialQueue::stop(std::chrono::milliseconds bound) {
@@ -54,7 +57,7 @@ void SerialQueue::stop(std::chrono::milliseconds bound) {
         const std::scoped_lock lock(state_->mutex);
         state_->isStopping = true;
     }
-    state_->changed.notify_all();
+    state_->wakeup.wake();
     thread_.join(bound);
 }
 

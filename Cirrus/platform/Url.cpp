@@ -31,10 +31,6 @@ public:
 
     [[nodiscard]] bool isValid() const { return isValid_; }
 
-    [[nodiscard]] std::string_view scheme() const { return view(uri_.scheme); }
-
-    [[nodiscard]] std::string_view host() const { return view(uri_.hostText); }
-
     /// Where the query or the fragment begins, question mark or number sign included; the end of
     /// `text` when there is neither.
     [[nodiscard]] std::size_t endOfPath(std::string_view text) const {
@@ -43,11 +39,6 @@ public:
     }
 
 private:
-    static std::string_view view(const UriTextRangeA& range) {
-        return range.first != nullptr ? std::string_view(range.first, range.afterLast)
-                                      : std::string_view();
-    }
-
     UriUriA uri_{};
     bool isValid_ = false;
 };
@@ -102,8 +93,16 @@ Url UrlBuilder::replacingQuery(const Url& url, const QueryItems& items) {
 }
 
 bool UrlBuilder::isHttps(const Url& url) {
-    const Parts parts(url.text());
-    return equalsIgnoringCase(parts.scheme(), "https") && !parts.host().empty();
+    // The text is known to be a well-formed URL, so that its parts need no parser.
+    constexpr std::string_view start = "https://";
+    const std::string_view text = url.text();
+    if (!equalsIgnoringCase(text.substr(0, start.size()), start)) {
+        return false;
+    }
+    const auto rest = text.substr(start.size());
+    const auto authority = rest.substr(0, rest.find_first_of("/?#"));
+    const auto host = authority.substr(authority.find('@') + 1);
+    return !host.empty() && host.front() != ':';
 }
 
 } // namespace cirrus
