@@ -24,7 +24,8 @@ struct CirrusSettings {
 
 struct CurlSettings {
     long uploadBufferSize = 256L * 1024;
-    int unsentBacklog = 0; ///< the socket's TCP_NOTSENT_LOWAT; 0 leaves it as it is
+    int unsentBacklog = 0;   ///< the socket's TCP_NOTSENT_LOWAT; 0 leaves it as it is
+    bool hasThreads = false; ///< requests on a thread of their own, and a main thread for progress
 };
 
 /// How often the host's callback was called, or what went wrong.

@@ -7,10 +7,13 @@
 
 #include <algorithm>
 #include <cstdlib>
+#include <optional>
 #include <string_view>
 #include <thread>
+#include <utility>
 
 #include "bench/Contender.h"
+#include "bench/NetworkThread.h"
 
 namespace cirrus::bench {
 
@@ -97,6 +100,7 @@ public:
         set(CURLOPT_CONNECT_TO, peer_);
         set(CURLOPT_CAINFO_BLOB, &blob);
         set(CURLOPT_CAPATH, nullptr);
+        set(CURLOPT_PROXY, "");
         set(CURLOPT_NOSIGNAL, 1L);
         set(CURLOPT_HTTP_VERSION, static_cast<long>(CURL_HTTP_VERSION_1_1));
         set(CURLOPT_UPLOAD_BUFFERSIZE, settings.uploadBufferSize);
@@ -106,6 +110,12 @@ public:
         set(CURLOPT_WRITEDATA, &answer_);
         set(CURLOPT_HEADERFUNCTION, &append);
         set(CURLOPT_HEADERDATA, &head_);
+        if (settings.hasThreads) {
+            network_.emplace();
+            set(CURLOPT_NOPROGRESS, 0L);
+            set(CURLOPT_XFERINFOFUNCTION, &Connection::advance);
+            set(CURLOPT_XFERINFODATA, this);
+        }
         json_ = fields(jsonType);
         content_ = fields(noType);
     }
@@ -151,6 +161,7 @@ private:
     bool post(const std::string& url, std::string_view body, curl_slist* headers) {
         set(CURLOPT_POSTFIELDS, body.empty() ? "" : body.data());
         set(CURLOPT_POSTFIELDSIZE_LARGE, static_cast<curl_off_t>(body.size()));
+        isContent_ = headers == content_;
         return perform(url, headers);
     }
 
@@ -160,9 +171,17 @@ private:
         set(CURLOPT_URL, url.c_str());
         set(CURLOPT_HTTPHEADER, headers);
         long status = 0;
-        const bool isDone = curl_easy_perform(easy_) == CURLE_OK;
+        const auto code = network_ ? network_->perform(easy_) : curl_easy_perform(easy_);
         curl_easy_getinfo(easy_, CURLINFO_RESPONSE_CODE, &status);
-        return isDone && status == 200;
+        return code == CURLE_OK && status == 200;
+    }
+
+    static int advance(void* self, curl_off_t, curl_off_t, curl_off_t, curl_off_t sent) {
+        auto& connection = *static_cast<Connection*>(self);
+        if (std::exchange(connection.sent_, sent) != sent && sent > 0 && connection.isContent_) {
+            connection.network_->tellMainThread();
+        }
+        return 0;
     }
 
     CURL* easy_;
@@ -172,6 +191,9 @@ private:
     curl_slist* content_ = nullptr;
     std::string head_;
     std::string answer_;
+    bool isContent_ = false;
+    curl_off_t sent_ = 0;
+    std::optional<NetworkThread> network_;
 };
 
 std::string folderIn(const std::string& parent) {

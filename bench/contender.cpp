@@ -37,6 +37,8 @@ void describe(CLI::App& app, Arguments& arguments) {
     app.add_option("--upload-buffer", arguments.curl.uploadBufferSize, "curl: in bytes");
     app.add_option("--unsent-backlog", arguments.curl.unsentBacklog,
                    "curl: limit of what the kernel holds unsent, in bytes");
+    app.add_flag("--threads", arguments.curl.hasThreads,
+                 "curl: requests on a thread of their own, and a main thread for progress");
     app.add_option("folder", arguments.folder, "Folder of the files to share")->required();
 }
 

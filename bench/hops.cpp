@@ -1,52 +1,39 @@
 // What it costs to hand something from one thread to another and wait for it to come back. Prints
-// microseconds per hop: by condition variable, as between the steps of a job, and by event
-// descriptor, as towards the network thread.
-
-#include <sys/eventfd.h>
+// microseconds per hop: by semaphore, as towards the callback thread and the main queue, and by
+// event descriptor, as towards the network thread.
 
 #include <array>
 #include <chrono>
-#include <condition_variable>
 #include <cstdlib>
 #include <iostream>
-#include <mutex>
+#include <optional>
 #include <thread>
+
+#include "Cirrus/platform/Poller.h"
+#include "Cirrus/platform/Wakeup.h"
 
 namespace {
 
-class ConditionBaton {
+class SemaphoreBaton {
 public:
-    void give() {
-        {
-            const std::scoped_lock lock(mutex_);
-            isHere_ = true;
-        }
-        changed_.notify_one();
-    }
+    void give() { wakeup_.wake(); }
 
-    void take() {
-        std::unique_lock lock(mutex_);
-        changed_.wait(lock, [this] { return isHere_; });
-        isHere_ = false;
-    }
+    void take() { wakeup_.wait(); }
 
 private:
-    std::mutex mutex_;
-    std::condition_variable changed_;
-    bool isHere_ = false;
+    cirrus::Wakeup wakeup_;
 };
 
 class DescriptorBaton {
 public:
-    void give() const { ::eventfd_write(descriptor_, 1); }
+    void give() { poller_.wake(); }
 
-    void take() const {
-        eventfd_t count = 0;
-        ::eventfd_read(descriptor_, &count);
+    void take() {
+        poller_.wait(std::nullopt, [](const auto&) {});
     }
 
 private:
-    int descriptor_ = ::eventfd(0, EFD_CLOEXEC);
+    cirrus::Poller poller_;
 };
 
 /// Microseconds from `give` on one thread to the end of `take` on the other.
@@ -74,8 +61,8 @@ double hop() {
 } // namespace
 
 int main() {
-    const double byCondition = hop<ConditionBaton>();
+    const double bySemaphore = hop<SemaphoreBaton>();
     const double byDescriptor = hop<DescriptorBaton>();
-    std::cout << "condition " << byCondition << " descriptor " << byDescriptor << '\n';
+    std::cout << "semaphore " << bySemaphore << " descriptor " << byDescriptor << '\n';
     return EXIT_SUCCESS;
 }

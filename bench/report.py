@@ -55,8 +55,8 @@ def micro_table(micro):
 
 
 def hops_table(hops):
-    return table(["a hop between threads on", "condition variable, µs", "event descriptor, µs"],
-                 [[where, f"{one['condition']:.1f}", f"{one['descriptor']:.1f}"]
+    return table(["a hop between threads on", "semaphore, µs", "event descriptor, µs"],
+                 [[where, f"{one['semaphore']:.1f}", f"{one['descriptor']:.1f}"]
                   for where, one in hops.items()])
 
 

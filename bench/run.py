@@ -24,11 +24,12 @@ def workloads(library_folder):
                           str(library_folder / "libcirrus-bench-unlimited.so"))
     limited = Contender("bare libcurl, limited",
                         ("--contender", "curl", "--unsent-backlog", str(128 * 1024)))
+    threads = Contender("bare libcurl, threads", ("--contender", "curl", "--threads"))
     pair = (CIRRUS, CURL)
-    backlog = (CIRRUS, CURL, unlimited, limited)
+    backlog = (CIRRUS, CURL, threads, unlimited, limited)
     return [
-        Workload("small-1000", "1,000 files of 1 KiB", 1000, 1024, 15, (*pair, dropping)),
-        Workload("small-10000", "10,000 files of 1 KiB", 10000, 1024, 7, pair),
+        Workload("small-1000", "1,000 files of 1 KiB", 1000, 1024, 15, (*pair, threads, dropping)),
+        Workload("small-10000", "10,000 files of 1 KiB", 10000, 1024, 7, (*pair, threads)),
         Workload("bulk-10", "20 files of 10 MiB", 20, 10 * MIB, 15, backlog),
         Workload("bulk-1024", "one file of 1 GiB", 1, 1024 * MIB, 7, backlog),
         Workload("bulk-256", "20 files of 256 MiB", 20, 256 * MIB, 3, pair),
