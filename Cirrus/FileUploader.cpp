@@ -1,7 +1,6 @@
 #include "Cirrus/FileUploader.h"
 
 #include "Cirrus/Log.h"
-#include "Cirrus/platform/FileContents.h"
 #include "Cirrus/platform/MainQueue.h"
 
 namespace cirrus {
@@ -87,7 +86,7 @@ void FileUploader::upload(const SharedItem& item, ItemCompletion completion) {
 void FileUploader::uploadContent(const Item& item, const Url& to, ItemCompletion completion) {
     constexpr auto name = "uploadContent(of:to:completion:)";
     unitLog.detail(name);
-    auto data = readFile(item.url);
+    auto data = reader_.read(item.url);
     if (!data) {
         unitLog.failure(name, "Could not read contents of file ", item.url,
                         ", error: ", data.error());
@@ -131,6 +130,7 @@ void FileUploader::finish() {
     if (isCancelled_) {
         return;
     }
+    reader_ = {};
     if (auto handler = std::exchange(completionHandler_, nullptr)) {
         handler(failedItems_.empty() ? Result<void, Error>()
                                      : std::unexpected(Error::missingFile()));

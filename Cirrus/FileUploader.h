@@ -13,6 +13,7 @@
 #include <vector>
 
 #include "Cirrus/platform/Error.h"
+#include "Cirrus/platform/FileContents.h"
 #include "Cirrus/platform/Progress.h"
 #include "Cirrus/webservice/Webservice.h"
 
@@ -103,6 +104,7 @@ private:
     const std::shared_ptr<Webservice> webservice_;
     const std::shared_ptr<Progress> progress_;
     // Only one step runs at a time, so that none of these needs a lock.
+    FileReader reader_;
     std::deque<SharedItem> pendingItems_;
     std::vector<SharedItem> finishedItems_;
     std::vector<SharedItem> failedItems_;

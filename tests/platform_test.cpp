@@ -48,13 +48,21 @@ TEST(FileContents, NameTheLastComponentOfAPath) {
     }
 }
 
-TEST(FileContents, AreReadWhole) {
+TEST(FileContents, AreReadWholeIntoMemoryThatNobodyHolds) {
     const TemporaryFolder folder;
+    FileReader reader;
+    const auto read = [&](const std::string& text) {
+        const auto path = folder.write("file é", text);
+        EXPECT_EQ(fileSize(path), text.size());
+        return reader.read(path).value();
+    };
+    const auto held = read("held");
+    const auto* const memory = read("1234").bytes().data();
+    EXPECT_EQ(read("abc").bytes().data(), memory) << "nobody holds it any more";
+    EXPECT_EQ(held.characters(), "held");
     for (const auto& text :
          {std::string(), std::string("a\0\r\n\xff", 5), std::string(3'000'001, 'x')}) {
-        const auto path = folder.write("file é", text);
-        EXPECT_TRUE(readFile(path).value().characters() == text) << text.size();
-        EXPECT_EQ(fileSize(path), text.size());
+        EXPECT_TRUE(read(text).characters() == text) << text.size();
     }
 }
 
@@ -63,7 +71,7 @@ TEST(FileContents, FailWithTheSystemsReason) {
     const auto fifo = folder.path() / "fifo";
     const auto locked = folder.write("locked", "x");
     ASSERT_TRUE(::mkfifo(fifo.c_str(), 0600) == 0 && ::chmod(locked.c_str(), 0) == 0);
-    const auto codeOf = [](const auto& path) { return readFile(path).error().code; };
+    const auto codeOf = [](const auto& path) { return FileReader().read(path).error().code; };
     EXPECT_EQ(codeOf(folder.path() / "missing"), ENOENT);
     EXPECT_EQ(codeOf(locked / "below"), ENOTDIR);
     EXPECT_EQ(codeOf(folder.path()), EINVAL);
@@ -83,7 +91,7 @@ TEST(FileContents, FailWhenTheyDoNotFitIntoMemory) {
         GTEST_SKIP() << "The file system has no files of this size";
     }
     EXPECT_EQ(fileSize(path), size);
-    const auto contents = readFile(path);
+    const auto contents = FileReader().read(path);
     ASSERT_FALSE(contents);
     EXPECT_EQ(contents.error().code, ENOMEM);
 }

@@ -26,8 +26,8 @@ public:
         }
     }
 
-    /// Takes over the first `size` bytes of `bytes`.
-    Data(std::unique_ptr<std::byte[]> bytes, std::uint64_t size)
+    /// The first `size` bytes of `bytes`, which nobody may change as long as this or a copy lives.
+    Data(std::shared_ptr<const std::byte[]> bytes, std::uint64_t size)
         : bytes_(std::move(bytes)), size_(size) {}
 
     [[nodiscard]] std::uint64_t size() const { return size_; }

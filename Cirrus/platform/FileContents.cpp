@@ -45,7 +45,7 @@ std::optional<std::uint64_t> fileSize(const std::filesystem::path& path) {
     return static_cast<std::uint64_t>(attributes.st_size);
 }
 
-Result<Data, FileReadError> readFile(const std::filesystem::path& path) {
+Result<Data, FileReadError> FileReader::read(const std::filesystem::path& path) {
     // Without O_NONBLOCK, opening a FIFO would wait for its writer.
     const FileDescriptor file(::open(path.c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC));
     struct stat attributes{};
@@ -56,13 +56,12 @@ Result<Data, FileReadError> readFile(const std::filesystem::path& path) {
         return std::unexpected(FileReadError{.code = EINVAL, .text = "Not a regular file"});
     }
     const auto size = static_cast<std::size_t>(attributes.st_size);
-    std::unique_ptr<std::byte[]> bytes(new (std::nothrow) std::byte[size]);
-    if (!bytes) {
+    if (!reserve(size)) {
         return systemError(ENOMEM);
     }
     std::size_t filled = 0;
     while (filled < size) {
-        const auto count = ::read(file.get(), bytes.get() + filled, size - filled);
+        const auto count = ::read(file.get(), bytes_.get() + filled, size - filled);
         if (count < 0 && errno == EINTR) {
             continue;
         }
@@ -74,7 +73,19 @@ Result<Data, FileReadError> readFile(const std::filesystem::path& path) {
         }
         filled += static_cast<std::size_t>(count);
     }
-    return Data(std::move(bytes), filled);
+    return Data(bytes_, filled);
+}
+
+/// Whether there is memory for this many bytes. At most twice as many are kept for it.
+bool FileReader::reserve(std::size_t size) {
+    if (bytes_.use_count() == 1 && size <= capacity_ && capacity_ / 2 <= size) {
+        return true;
+    }
+    bytes_.reset();
+    std::unique_ptr<std::byte[]> bytes(new (std::nothrow) std::byte[size]);
+    capacity_ = size;
+    bytes_ = std::move(bytes);
+    return bytes_ != nullptr;
 }
 
 std::string lastPathComponent(const std::filesystem::path& path) {
