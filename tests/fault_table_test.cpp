@@ -58,6 +58,10 @@ const std::vector<Place> places{
     {Step::link, 9, {"one=first", "two=second"}, 1},
 };
 
+void PrintTo(const Place& place, std::ostream* text) {
+    *text << place.requests << " requests";
+}
+
 class FaultTable : public testing::TestWithParam<Place> {};
 
 TEST_P(FaultTable, EndsTheJobOnceAndLeavesNothingBehind) {
