@@ -146,8 +146,7 @@ public:
         : transfer_(std::move(transfer)),
           handle_(std::move(handle)),
           sockets_(sockets),
-          idleWatch_(handle_->peer() && handle_->peer()->idleLimit ? *handle_->peer()->idleLimit
-                                                                   : transfer_->request.timeout) {
+          idleWatch_(idleLimit(*handle_, transfer_->request)) {
         setRequest();
         setCallbacks();
     }
@@ -202,6 +201,11 @@ public:
     }
 
 private:
+    static std::chrono::milliseconds idleLimit(const Handle& handle, const UrlRequest& request) {
+        const auto& peer = handle.peer();
+        return peer ? peer->idleLimit.value_or(request.timeout) : request.timeout;
+    }
+
     void setRequest() {
         const auto& request = transfer_->request;
         set(CURLOPT_URL, request.url.text().c_str());

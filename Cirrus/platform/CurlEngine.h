@@ -21,6 +21,7 @@ public:
     explicit CurlEngine(Finished finished);
     CurlEngine(const CurlEngine&) = delete;
     CurlEngine& operator=(const CurlEngine&) = delete;
+    ~CurlEngine() = default;
 
     /// Begins a transfer. Safe from any thread; dropped without a word after `stop`.
     void submit(std::unique_ptr<Transfer> transfer) { inbox_.put(std::move(transfer)); }

@@ -49,12 +49,11 @@ void OpenSockets::drop(int socket) {
 
 void OpenSockets::watch(int socket, Poller::Interest interest) {
     const auto found = std::ranges::find(sockets_, socket, &OpenSocket::descriptor);
-    if (found == sockets_.end()) {
-        poller_.watch(socket, interest);
-    } else if (interest == Poller::Interest::none) {
+    const bool isOurs = found != sockets_.end();
+    if (isOurs && interest == Poller::Interest::none) {
         // Often closed already: libcurl closes a socket that does not connect without a word.
         poller_.pause(socket);
-    } else if (found->isUsedAgain) {
+    } else if (isOurs && found->isUsedAgain) {
         poller_.resume(socket, interest);
     } else {
         poller_.watch(socket, interest);
