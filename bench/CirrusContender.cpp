@@ -4,24 +4,9 @@
 
 #include "Cirrus/platform/LoopbackPeer.h"
 #include "bench/Contender.h"
+#include "bench/DroppingLog.h"
 
 namespace cirrus::bench {
-
-namespace {
-
-class DroppingLog final : public LogSink {
-public:
-    void detail(const Message&, std::string_view, std::string_view, int, const std::any&) override {
-    }
-
-    void notice(const Message&, std::string_view, std::string_view, int, const std::any&) override {
-    }
-
-    void failure(const Message&, std::string_view, std::string_view, int,
-                 const std::any&) override {}
-};
-
-} // namespace
 
 Outcome shareWithCirrus(const Task& task, const CirrusSettings& settings) {
     setLoopbackPeer(LoopbackPeer{

@@ -2,7 +2,6 @@
 
 #include <benchmark/benchmark.h>
 
-#include <any>
 #include <atomic>
 #include <cstdlib>
 #include <memory>
@@ -16,6 +15,7 @@
 #include "Cirrus/platform/UrlBuilder.h"
 #include "Cirrus/records/FileList.h"
 #include "Cirrus/webservice/RequestUrlType.h"
+#include "bench/DroppingLog.h"
 
 namespace {
 
@@ -131,18 +131,6 @@ void changeProgress(benchmark::State& state) {
 
 BENCHMARK(changeProgress)->Arg(1)->Arg(10'000)->Iterations(1'000'000);
 
-class DroppingLog final : public LogSink {
-public:
-    void detail(const Message&, std::string_view, std::string_view, int, const std::any&) override {
-    }
-
-    void notice(const Message&, std::string_view, std::string_view, int, const std::any&) override {
-    }
-
-    void failure(const Message&, std::string_view, std::string_view, int,
-                 const std::any&) override {}
-};
-
 void writeLine(benchmark::State& state) {
     constexpr UnitLog log("bench/micro.cpp");
     const std::filesystem::path file("/folder/photo.jpg");
@@ -152,7 +140,7 @@ void writeLine(benchmark::State& state) {
 /// Must come first: a sink stays for the life of the process.
 BENCHMARK(writeLine)->Name("writeLine/absent");
 BENCHMARK(writeLine)->Name("writeLine/dropping")->Setup([](const benchmark::State&) {
-    Configuration::setLog(std::make_shared<DroppingLog>());
+    Configuration::setLog(std::make_shared<bench::DroppingLog>());
 });
 
 } // namespace
