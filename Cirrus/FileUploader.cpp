@@ -52,9 +52,11 @@ void FileUploader::uploadNextItem() {
     unitLog.detail(name);
     if (isCancelled_) {
         unitLog.notice(name, "Upload is cancelled");
+        reader_ = {};
         return;
     }
     if (pendingItems_.empty()) {
+        reader_ = {};
         finish();
         return;
     }
@@ -130,7 +132,6 @@ void FileUploader::finish() {
     if (isCancelled_) {
         return;
     }
-    reader_ = {};
     if (auto handler = std::exchange(completionHandler_, nullptr)) {
         handler(failedItems_.empty() ? Result<void, Error>()
                                      : std::unexpected(Error::missingFile()));

@@ -3,6 +3,9 @@
 #include <gtest/gtest.h>
 #include <poll.h>
 
+#include <array>
+#include <memory>
+
 #include "Cirrus/adapters/GLib.h"
 #include "Cirrus/adapters/Qt.h"
 #include "Cirrus/platform/UrlSession.h"

@@ -4,10 +4,14 @@
 #include <Cirrus/adapters/GLib.h>
 #include <glib-unix.h>
 
+#include <array>
 #include <csignal>
+#include <filesystem>
 #include <iostream>
 #include <memory>
 #include <optional>
+#include <string>
+#include <vector>
 
 #include "emulator/LocalDrive.h"
 

@@ -3,8 +3,8 @@
 #include <Cirrus/Cirrus.h>
 
 #include <filesystem>
-#include <optional>
 #include <string>
+#include <utility>
 #include <vector>
 
 /// A host's own way to share, as it ships: this code does not know about tests.

@@ -5,7 +5,11 @@
 
 #include <algorithm>
 #include <chrono>
+#include <filesystem>
 #include <fstream>
+#include <memory>
+#include <optional>
+#include <string>
 
 #include "Sharing.h"
 

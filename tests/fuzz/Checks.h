@@ -9,7 +9,9 @@ namespace cirrus {
 
 /// Ends the process, which is how the fuzzer hears of a finding.
 inline void require(bool holds) {
-    holds ? void() : std::abort();
+    if (!holds) {
+        std::abort();
+    }
 }
 
 /// Whatever record `json` is can be written and read again.
