@@ -15,8 +15,7 @@ using QueryItems = std::map<std::string, std::string>;
 class UrlBuilder {
 public:
     /// `url` with `path` after one more "/". A "/" in `path` separates segments; what may not
-    /// appear in a path is percent-encoded. `url` must name a host and
-    /// have no query.
+    /// appear in a path is percent-encoded. `url` must name a host and have no query.
     [[nodiscard]] static Url appendingPath(const Url& url, std::string_view path);
 
     /// `url` with these items, at least one, as its whole query. All but unreserved characters of a
