@@ -46,7 +46,7 @@ TEST(Response, ClassifiesEveryOutcome) {
 TEST(Response, GivesAllHeadersOrNone) {
     HeaderFields headers{{"Location", "x"}, {"ETag", "\xe9"}};
     EXPECT_EQ(classify(answer(200, "", headers)).value().headers, headers);
-    headers.emplace("caf\xe9", "y");
+    headers.add("caf\xe9", "y");
     const auto result = classify(answer(200, "x", headers)).value();
     EXPECT_EQ(result.data, "x");
     EXPECT_TRUE(result.headers.empty());

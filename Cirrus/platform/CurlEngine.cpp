@@ -5,7 +5,6 @@
 #include <algorithm>
 #include <array>
 #include <limits>
-#include <unordered_map>
 #include <utility>
 #include <vector>
 
@@ -34,8 +33,8 @@ constexpr long longestReuse = 15;
 /// connections of jobs that are between two requests.
 constexpr long mostKeptConnections = 1024;
 
-/// The most handles that are kept for exchanges to come; each holds about 20 KiB.
-constexpr std::size_t mostSpareHandles = 16;
+/// The most exchanges that are kept for transfers to come; each holds about 20 KiB.
+constexpr std::size_t mostSpareExchanges = 16;
 
 /// What libcurl takes over from a body at a time. Less costs time, more makes the progress coarse.
 std::size_t pieceOf(std::size_t bodySize) {
@@ -67,98 +66,86 @@ AnyError transportError(CURLcode code, std::string text) {
     return AnyError(TransportError{.code = code, .text = std::move(text)});
 }
 
-/// libcurl leaves the line's end in an empty value.
-std::string_view withoutTrailingBlanks(std::string_view text) {
-    return text.substr(0, text.find_last_not_of(" \t\r\n") + 1);
-}
-
-/// libcurl's easy handle, with the options that are the same for all exchanges with a peer. An
-/// exchange sets all others, so that one may follow another on it.
-class Handle {
+/// Header lines as libcurl wants them. It keeps no more than the pointer to the list.
+class HeaderLines {
 public:
-    Handle(Peer peer, OpenSockets& sockets) : peer_(std::move(peer)), easy_(curl_easy_init()) {
-        set(CURLOPT_NOSIGNAL, 1L);
-        set(CURLOPT_PROTOCOLS_STR, "https");
-        set(CURLOPT_HTTP_VERSION, httpVersion);
-        set(CURLOPT_SSLVERSION, static_cast<long>(CURL_SSLVERSION_TLSv1_2));
-        // Nothing of one exchange shall reach the next but the connection.
-        set(CURLOPT_SSL_SESSIONID_CACHE, 0L);
-        set(CURLOPT_MAXAGE_CONN, longestReuse);
-        // The idle limit counts here as everywhere, and libcurl's own limits would cut it short.
-        set(CURLOPT_CONNECTTIMEOUT_MS, static_cast<long>(std::numeric_limits<int>::max()));
-        set(CURLOPT_QUICK_EXIT, 1L);
-        set(CURLOPT_PATH_AS_IS, 1L);
-        set(CURLOPT_FOLLOWLOCATION, 0L);
-        set(CURLOPT_NOPROGRESS, 0L);
-        // Called also after an exchange, by a connection that was kept.
-        set(CURLOPT_CLOSESOCKETFUNCTION, &Handle::closeSocket);
-        set(CURLOPT_CLOSESOCKETDATA, &sockets);
+    void clear() { count_ = 0; }
+
+    void add(std::string_view name, std::string_view value) {
+        line().append(name).append(value.empty() ? ";" : ": ").append(value);
+    }
+
+    /// Keeps libcurl from adding a field of its own.
+    void leaveOut(std::string_view name) { line().append(name).append(":"); }
+
+    /// Valid until the lines change.
+    [[nodiscard]] curl_slist* list() {
+        nodes_.resize(count_);
+        for (std::size_t index = 0; index < count_; ++index) {
+            nodes_[index] = {.data = lines_[index].data(),
+                             .next = index + 1 < count_ ? &nodes_[index + 1] : nullptr};
+        }
+        return nodes_.data();
+    }
+
+private:
+    /// The next line, empty; its memory is that of an earlier one.
+    std::string& line() {
+        if (count_ == lines_.size()) {
+            lines_.emplace_back();
+        }
+        auto& line = lines_[count_++];
+        line.clear();
+        return line;
+    }
+
+    std::vector<std::string> lines_;
+    std::vector<curl_slist> nodes_;
+    std::size_t count_ = 0;
+};
+
+/// libcurl's easy handle, for one transfer after another with the same peer.
+class Exchange {
+public:
+    Exchange(Peer peer, OpenSockets& sockets)
+        : peer_(std::move(peer)), sockets_(sockets), easy_(curl_easy_init()) {
+        setLastingOptions();
+        setCallbacks();
         if (peer_) {
             connectTo(*peer_);
         }
     }
 
-    Handle(const Handle&) = delete;
-    Handle& operator=(const Handle&) = delete;
+    Exchange(const Exchange&) = delete;
+    Exchange& operator=(const Exchange&) = delete;
 
-    ~Handle() {
+    ~Exchange() {
         curl_easy_cleanup(easy_);
         curl_slist_free_all(connectTo_);
+    }
+
+    /// The exchange of a handle; null for libcurl's own handles.
+    [[nodiscard]] static Exchange* of(CURL* easy) {
+        char* exchange = nullptr;
+        curl_easy_getinfo(easy, CURLINFO_PRIVATE, &exchange);
+        return reinterpret_cast<Exchange*>(exchange);
     }
 
     [[nodiscard]] CURL* easy() const { return easy_; }
 
     [[nodiscard]] const Peer& peer() const { return peer_; }
 
-    template <class Value>
-    void set(CURLoption option, Value value) {
-        curl_easy_setopt(easy_, option, value);
-    }
-
-private:
-    void connectTo(const LoopbackPeer& peer) {
-        connectTo_ =
-            curl_slist_append(nullptr, ("::127.0.0.1:" + std::to_string(peer.port)).c_str());
-        // libcurl has no const here, but copies.
-        std::string authority = peer.certificateAuthority;
-        curl_blob blob{.data = authority.data(), .len = authority.size(), .flags = CURL_BLOB_COPY};
-        set(CURLOPT_CONNECT_TO, connectTo_);
-        set(CURLOPT_CAINFO_BLOB, &blob);
-        set(CURLOPT_CAPATH, nullptr);
-        set(CURLOPT_PROXY, "");
-    }
-
-    static int closeSocket(void* sockets, curl_socket_t socket) noexcept {
-        static_cast<OpenSockets*>(sockets)->close(socket);
-        return 0;
-    }
-
-    Peer peer_;
-    CURL* easy_;
-    curl_slist* connectTo_ = nullptr;
-};
-
-/// One transfer in libcurl's hands.
-class Exchange {
-public:
-    Exchange(std::unique_ptr<Transfer> transfer, std::unique_ptr<Handle> handle,
-             OpenSockets& sockets)
-        : transfer_(std::move(transfer)),
-          handle_(std::move(handle)),
-          sockets_(sockets),
-          idleWatch_(idleLimit(*handle_, transfer_->request)) {
-        setRequest();
-        setCallbacks();
-    }
-
-    Exchange(const Exchange&) = delete;
-    Exchange& operator=(const Exchange&) = delete;
-
-    ~Exchange() { curl_slist_free_all(headers_); }
-
-    [[nodiscard]] CURL* easy() const { return handle_->easy(); }
-
     IdleWatch& idleWatch() { return idleWatch_; }
+
+    /// Makes the handle ready for a transfer.
+    void prepare(std::unique_ptr<Transfer> transfer) {
+        transfer_ = std::move(transfer);
+        idleWatch_.restart(idleLimit());
+        errorText_.front() = '\0';
+        sent_ = 0;
+        hasBegun_ = false;
+        setRequest();
+    }
 
     /// Bytes sent and received as libcurl counts them.
     [[nodiscard]] std::uint64_t byteCount() const {
@@ -176,34 +163,65 @@ public:
         return true;
     }
 
-    [[nodiscard]] TaskOutcome outcome(CURLcode code) const {
-        if (!refusal_.empty()) {
-            return {.body = {},
-                    .response = {},
-                    .error = AnyError(TransportError{.code = code, .text = refusal_})};
-        }
-        if (code != CURLE_OK) {
-            return {.body = {}, .response = {}, .error = transportError(code, errorText(code))};
-        }
-        constexpr int noContent = 204;
-        auto response = receivedResponse();
-        auto body = response.statusCode == noContent ? std::nullopt : std::optional(body_);
-        return {.body = std::move(body), .response = std::move(response), .error = {}};
+    /// Ends the exchange. After success it is ready for another transfer.
+    [[nodiscard]] std::unique_ptr<Transfer> end(CURLcode code) {
+        setOutcome(code, transfer_->outcome);
+        return std::move(transfer_);
     }
 
-    [[nodiscard]] std::unique_ptr<Transfer> takeTransfer() { return std::move(transfer_); }
-
-    /// The handle for another exchange; at the end of this one.
-    [[nodiscard]] std::unique_ptr<Handle> takeHandle() {
-        set(CURLOPT_HTTPHEADER, nullptr);
-        set(CURLOPT_ERRORBUFFER, nullptr);
-        return std::move(handle_);
-    }
+    /// Where the exchange is in the list of those that are on their way.
+    std::size_t place = 0;
 
 private:
-    static std::chrono::milliseconds idleLimit(const Handle& handle, const UrlRequest& request) {
-        const auto& peer = handle.peer();
-        return peer ? peer->idleLimit.value_or(request.timeout) : request.timeout;
+    void setLastingOptions() {
+        set(CURLOPT_PRIVATE, this);
+        set(CURLOPT_NOSIGNAL, 1L);
+        set(CURLOPT_PROTOCOLS_STR, "https");
+        set(CURLOPT_HTTP_VERSION, httpVersion);
+        set(CURLOPT_SSLVERSION, static_cast<long>(CURL_SSLVERSION_TLSv1_2));
+        // Nothing of one exchange shall reach the next but the connection.
+        set(CURLOPT_SSL_SESSIONID_CACHE, 0L);
+        set(CURLOPT_MAXAGE_CONN, longestReuse);
+        // The idle limit counts here as everywhere, and libcurl's own limits would cut it short.
+        set(CURLOPT_CONNECTTIMEOUT_MS, static_cast<long>(std::numeric_limits<int>::max()));
+        set(CURLOPT_QUICK_EXIT, 1L);
+        set(CURLOPT_PATH_AS_IS, 1L);
+        set(CURLOPT_FOLLOWLOCATION, 0L);
+        set(CURLOPT_NOPROGRESS, 0L);
+        set(CURLOPT_ERRORBUFFER, errorText_.data());
+    }
+
+    void setCallbacks() {
+        set(CURLOPT_OPENSOCKETFUNCTION, &Exchange::openSocket);
+        set(CURLOPT_OPENSOCKETDATA, this);
+        // Called also after an exchange, by a connection that was kept.
+        set(CURLOPT_CLOSESOCKETFUNCTION, &Exchange::closeSocket);
+        set(CURLOPT_CLOSESOCKETDATA, &sockets_);
+        set(CURLOPT_HEADERFUNCTION, &Exchange::receiveHeader);
+        set(CURLOPT_HEADERDATA, this);
+        set(CURLOPT_WRITEFUNCTION, &Exchange::receive);
+        set(CURLOPT_WRITEDATA, this);
+        set(CURLOPT_XFERINFOFUNCTION, &Exchange::advance);
+        set(CURLOPT_XFERINFODATA, this);
+        set(CURLOPT_PREREQFUNCTION, &Exchange::beginRequest);
+        set(CURLOPT_PREREQDATA, this);
+    }
+
+    void connectTo(const LoopbackPeer& peer) {
+        connectTo_ =
+            curl_slist_append(nullptr, ("::127.0.0.1:" + std::to_string(peer.port)).c_str());
+        // libcurl has no const here, but copies.
+        std::string authority = peer.certificateAuthority;
+        curl_blob blob{.data = authority.data(), .len = authority.size(), .flags = CURL_BLOB_COPY};
+        set(CURLOPT_CONNECT_TO, connectTo_);
+        set(CURLOPT_CAINFO_BLOB, &blob);
+        set(CURLOPT_CAPATH, nullptr);
+        set(CURLOPT_PROXY, "");
+    }
+
+    [[nodiscard]] std::chrono::milliseconds idleLimit() const {
+        const auto timeout = transfer_->request.timeout;
+        return peer_ ? peer_->idleLimit.value_or(timeout) : timeout;
     }
 
     void setRequest() {
@@ -225,44 +243,45 @@ private:
     }
 
     void setHeaders(const HeaderFields& fields) {
+        headerLines_.clear();
         for (const auto& [name, value] : fields) {
             // libcurl would believe a length given here; the body's own frames the message.
-            if (!HeaderFields::key_compare::areEqual(name, "Content-Length")) {
-                addHeader(std::string(name).append(value.empty() ? ";" : ": ").append(value));
+            if (!HeaderFields::areEqual(name, "Content-Length")) {
+                headerLines_.add(name, value);
             }
         }
-        addHeader("Expect:");
+        headerLines_.leaveOut("Expect");
         if (!fields.contains("Content-Type")) {
-            addHeader("Content-Type:");
+            headerLines_.leaveOut("Content-Type");
         }
-        set(CURLOPT_HTTPHEADER, headers_);
+        set(CURLOPT_HTTPHEADER, headerLines_.list());
     }
 
-    void addHeader(const std::string& line) {
-        headers_ = curl_slist_append(headers_, line.c_str());
-    }
-
-    void setCallbacks() {
-        set(CURLOPT_OPENSOCKETFUNCTION, &Exchange::openSocket);
-        set(CURLOPT_OPENSOCKETDATA, this);
-        set(CURLOPT_ERRORBUFFER, errorText_.data());
-        set(CURLOPT_WRITEFUNCTION, &Exchange::receive);
-        set(CURLOPT_WRITEDATA, this);
-        set(CURLOPT_XFERINFOFUNCTION, &Exchange::advance);
-        set(CURLOPT_XFERINFODATA, this);
-        set(CURLOPT_PREREQFUNCTION, &Exchange::beginRequest);
-        set(CURLOPT_PREREQDATA, this);
+    void setOutcome(CURLcode code, TaskOutcome& outcome) {
+        if (!refusal_.empty()) {
+            outcome.error = AnyError(TransportError{.code = code, .text = refusal_});
+        } else if (code != CURLE_OK) {
+            outcome.error = transportError(code, errorText(code));
+        } else {
+            constexpr int noContent = 204;
+            const auto status = static_cast<int>(get<long>(CURLINFO_RESPONSE_CODE));
+            auto body = std::exchange(body_, {});
+            if (status != noContent) {
+                outcome.body = std::move(body);
+            }
+            outcome.response = {.statusCode = status, .headers = head_.takeFields()};
+        }
     }
 
     template <class Value>
     void set(CURLoption option, Value value) {
-        handle_->set(option, value);
+        curl_easy_setopt(easy_, option, value);
     }
 
     template <class Value>
     [[nodiscard]] Value get(CURLINFO info) const {
         Value value{};
-        curl_easy_getinfo(easy(), info, &value);
+        curl_easy_getinfo(easy_, info, &value);
         return value;
     }
 
@@ -273,28 +292,23 @@ private:
         return errorText_.front() != '\0' ? errorText_.data() : curl_easy_strerror(code);
     }
 
-    [[nodiscard]] HttpResponse receivedResponse() const {
-        HttpResponse response{.statusCode = static_cast<int>(get<long>(CURLINFO_RESPONSE_CODE)),
-                              .headers = {}};
-        constexpr int lastAnswer = -1;
-        curl_header* header = nullptr;
-        while ((header = curl_easy_nextheader(easy(), CURLH_HEADER, lastAnswer, header)) !=
-               nullptr) {
-            const std::string_view value = withoutTrailingBlanks(header->value);
-            auto [field, isNew] = response.headers.try_emplace(header->name, value);
-            if (!isNew) {
-                field->second.append(", ").append(value);
-            }
-        }
-        return response;
-    }
-
     static curl_socket_t openSocket(void* self, curlsocktype, curl_sockaddr* address) noexcept {
         auto& exchange = *static_cast<Exchange*>(self);
         if (exchange.refusesSecondRequest()) {
             return CURL_SOCKET_BAD;
         }
         return exchange.sockets_.open(address->family, address->socktype, address->protocol);
+    }
+
+    static int closeSocket(void* sockets, curl_socket_t socket) noexcept {
+        static_cast<OpenSockets*>(sockets)->close(socket);
+        return 0;
+    }
+
+    static std::size_t receiveHeader(const char* bytes, std::size_t, std::size_t count,
+                                     void* self) {
+        static_cast<Exchange*>(self)->head_.take({bytes, count});
+        return count;
     }
 
     static std::size_t receive(const char* bytes, std::size_t, std::size_t count, void* self) {
@@ -309,7 +323,7 @@ private:
 
     static int advance(void* self, curl_off_t, curl_off_t, curl_off_t, curl_off_t sent) {
         auto& exchange = *static_cast<Exchange*>(self);
-        if (std::exchange(exchange.sent_, sent) != sent) {
+        if (std::exchange(exchange.sent_, sent) != sent && exchange.transfer_->progress) {
             exchange.transfer_->progress->setCompletedUnitCount(static_cast<std::uint64_t>(sent));
         }
         return 0;
@@ -340,14 +354,18 @@ private:
         return get<long>(CURLINFO_NUM_CONNECTS) == 0 && sockets_.hasInput(localPort);
     }
 
-    std::unique_ptr<Transfer> transfer_;
-    std::unique_ptr<Handle> handle_;
+    Peer peer_;
     OpenSockets& sockets_;
-    IdleWatch idleWatch_;
-    curl_slist* headers_ = nullptr;
+    CURL* easy_;
+    curl_slist* connectTo_ = nullptr;
     std::array<char, CURL_ERROR_SIZE> errorText_{};
-    std::string refusal_;
+    HeaderLines headerLines_;
+    IdleWatch idleWatch_;
+
+    std::unique_ptr<Transfer> transfer_;
+    AnswerHead head_;
     std::string body_;
+    std::string refusal_;
     curl_off_t sent_ = 0;
     bool hasBegun_ = false;
     bool isConnectionStale_ = false;
@@ -355,36 +373,48 @@ private:
 
 } // namespace
 
-/// The loop of the network thread.
+/// What the driver does, on one thread at a time.
 class CurlEngine::Loop {
 public:
-    Loop(Poller& poller, Inbox& inbox, const Finished& finished)
-        : poller_(poller), inbox_(inbox), finished_(finished) {}
-
-    void run() {
-        multi_ = curl_multi_init();
+    Loop(Poller& poller, Inbox& inbox) : poller_(poller), inbox_(inbox), multi_(curl_multi_init()) {
         set(CURLMOPT_SOCKETFUNCTION, &Loop::socketChanged);
         set(CURLMOPT_SOCKETDATA, this);
         set(CURLMOPT_TIMERFUNCTION, &Loop::timerChanged);
         set(CURLMOPT_TIMERDATA, this);
         set(CURLMOPT_MAXCONNECTS, mostKeptConnections);
-        while (beginSubmitted()) {
+    }
+
+    Loop(const Loop&) = delete;
+    Loop& operator=(const Loop&) = delete;
+
+    ~Loop() {
+        for (const auto& exchange : exchanges_) {
+            curl_multi_remove_handle(multi_, exchange->easy());
+        }
+        exchanges_.clear();
+        spare_.clear();
+        curl_multi_cleanup(multi_);
+    }
+
+    /// Whether a transfer is on its way, and still shall be.
+    [[nodiscard]] bool hasWork() const { return isOpen_ && !exchanges_.empty(); }
+
+    /// Begins what was submitted, waits until something happens, and sees to it. Puts what has
+    /// ended into `ended`, which must be empty.
+    void turn(Transfers& ended) {
+        isOpen_ = beginSubmitted();
+        if (hasWork() && ended_.empty()) {
             poller_.wait(timeUntilNextLook(), [this](const Poller::Event& event) {
                 act(event.socket, (event.canRead ? CURL_CSELECT_IN : 0) |
                                       (event.canWrite ? CURL_CSELECT_OUT : 0) |
                                       (event.hasFailed ? CURL_CSELECT_ERR : 0));
             });
-            inbox_.ownerIsAwake();
-            actOnTimer();
-            collectFinished();
-            endIdle();
         }
-        for (const auto& [easy, exchange] : exchanges_) {
-            curl_multi_remove_handle(multi_, easy);
-        }
-        exchanges_.clear();
-        spare_.clear();
-        curl_multi_cleanup(multi_);
+        inbox_.driverIsAwake();
+        actOnTimer();
+        collectFinished();
+        endIdle();
+        ended_.swap(ended);
     }
 
 private:
@@ -407,13 +437,14 @@ private:
 
     /// Begins all that was submitted; false once the engine is to stop.
     bool beginSubmitted() {
-        for (auto submitted = inbox_.take(); submitted; submitted = inbox_.take()) {
-            if (submitted->empty()) {
+        while (inbox_.take(submitted_)) {
+            if (submitted_.empty()) {
                 return true;
             }
-            for (auto& [transfer, peer] : *submitted) {
+            for (auto& [transfer, peer] : submitted_) {
                 begin(std::move(transfer), peer);
             }
+            submitted_.clear();
             // libcurl's first step with a new transfer is due at once. It may bring the answer.
             actOnTimer();
             collectFinished();
@@ -422,20 +453,28 @@ private:
     }
 
     void begin(std::unique_ptr<Transfer> transfer, const Peer& peer) {
-        auto exchange = std::make_unique<Exchange>(std::move(transfer), handleFor(peer), sockets_);
+        if (auto reason = refusal(transfer->request)) {
+            transfer->outcome.error =
+                AnyError(TransportError{.code = 0, .text = *std::move(reason)});
+            ended_.push_back(std::move(transfer));
+            return;
+        }
+        auto exchange = exchangeWith(peer);
+        exchange->prepare(std::move(transfer));
+        exchange->place = exchanges_.size();
         CURL* easy = exchange->easy();
-        exchanges_.emplace(easy, std::move(exchange));
+        exchanges_.push_back(std::move(exchange));
         curl_multi_add_handle(multi_, easy);
     }
 
-    std::unique_ptr<Handle> handleFor(const Peer& peer) {
+    std::unique_ptr<Exchange> exchangeWith(const Peer& peer) {
         if (spare_.empty() || spare_.back()->peer() != peer) {
             spare_.clear();
-            return std::make_unique<Handle>(peer, sockets_);
+            return std::make_unique<Exchange>(peer, sockets_);
         }
-        auto handle = std::move(spare_.back());
+        auto exchange = std::move(spare_.back());
         spare_.pop_back();
-        return handle;
+        return exchange;
     }
 
     void collectFinished() {
@@ -450,18 +489,25 @@ private:
 
     void end(CURL* easy, CURLcode code) {
         curl_multi_remove_handle(multi_, easy);
-        if (exchanges_.at(easy)->beginsAnew()) {
+        if (Exchange::of(easy)->beginsAnew()) {
             curl_multi_add_handle(multi_, easy);
             return;
         }
-        auto found = exchanges_.extract(easy);
-        const auto& exchange = found.mapped();
-        auto outcome = exchange->outcome(code);
+        auto exchange = takeOut(*Exchange::of(easy));
+        ended_.push_back(exchange->end(code));
         // Not after a failure: what that leaves behind in libcurl is nothing to build on.
-        if (code == CURLE_OK && spare_.size() < mostSpareHandles) {
-            spare_.push_back(exchange->takeHandle());
+        if (code == CURLE_OK && spare_.size() < mostSpareExchanges) {
+            spare_.push_back(std::move(exchange));
         }
-        finished_(exchange->takeTransfer(), std::move(outcome));
+    }
+
+    std::unique_ptr<Exchange> takeOut(Exchange& exchange) {
+        auto& place = exchanges_[exchange.place];
+        exchanges_.back()->place = exchange.place;
+        std::swap(place, exchanges_.back());
+        auto taken = std::move(exchanges_.back());
+        exchanges_.pop_back();
+        return taken;
     }
 
     /// When to look at timers and movement next; nothing when there is neither.
@@ -483,11 +529,11 @@ private:
         }
         auto shortestLimit = std::chrono::milliseconds(std::chrono::seconds(10));
         std::vector<CURL*> idle;
-        for (const auto& [easy, exchange] : exchanges_) {
+        for (const auto& exchange : exchanges_) {
             auto& watch = exchange->idleWatch();
             shortestLimit = std::min(shortestLimit, watch.limit());
             if (watch.hasIdledOut(now, exchange->byteCount())) {
-                idle.push_back(easy);
+                idle.push_back(exchange->easy());
             }
         }
         nextLook_ = now + shortestLimit / looksPerLimit;
@@ -499,9 +545,8 @@ private:
     static int socketChanged(CURL* easy, curl_socket_t socket, int what, void* self, void*) {
         auto& loop = *static_cast<Loop*>(self);
         loop.sockets_.watch(socket, interestOf(what));
-        const auto found = loop.exchanges_.find(easy);
-        if (found != loop.exchanges_.end()) {
-            auto& watch = found->second->idleWatch();
+        if (auto* exchange = Exchange::of(easy)) {
+            auto& watch = exchange->idleWatch();
             what == CURL_POLL_REMOVE ? watch.remove(socket) : watch.add(socket);
         }
         return 0;
@@ -532,21 +577,55 @@ private:
 
     Poller& poller_;
     Inbox& inbox_;
-    const Finished& finished_;
     OpenSockets sockets_{poller_};
-    CURLM* multi_ = nullptr;
+    CURLM* multi_;
     std::optional<Clock::time_point> timer_;
     Clock::time_point nextLook_;
-    std::unordered_map<CURL*, std::unique_ptr<Exchange>> exchanges_;
-    std::vector<std::unique_ptr<Handle>> spare_;
+    std::vector<std::unique_ptr<Exchange>> exchanges_;
+    std::vector<std::unique_ptr<Exchange>> spare_;
+    std::vector<Inbox::Entry> submitted_;
+    Transfers ended_;
+    bool isOpen_ = true;
 };
 
-CurlEngine::CurlEngine(Finished finished) : finished_(std::move(finished)) {
+CurlEngine::CurlEngine() {
     curl_global_init(CURL_GLOBAL_DEFAULT);
+    loop_ = std::make_unique<Loop>(poller_, inbox_);
 }
 
-void CurlEngine::run() {
-    Loop(poller_, inbox_, finished_).run();
+CurlEngine::~CurlEngine() = default;
+
+void CurlEngine::run(const std::function<void(std::unique_ptr<Transfer>)>& ended) {
+    Transfers transfers;
+    auto turn = Turn::isOver;
+    while (turn != Turn::wasTheLast && (turn == Turn::goesOn || inbox_.waitForTurn())) {
+        turn = takeTurn(false, transfers);
+        std::ranges::for_each(transfers, [&](auto& transfer) { ended(std::move(transfer)); });
+    }
+}
+
+void CurlEngine::help(Transfers& ended) {
+    ended.clear();
+    if (inbox_.takeTurn()) {
+        while (takeTurn(true, ended) == Turn::goesOn) {
+        }
+    }
+}
+
+/// For the driver, which stops being that if nothing is left to do or `endsWithTransfers`. That is
+/// before their outcomes are told, so that whoever hears of them finds the engine free.
+CurlEngine::Turn CurlEngine::takeTurn(bool endsWithTransfers, Transfers& ended) {
+    ended.clear();
+    loop_->turn(ended);
+    if (loop_->hasWork() && (ended.empty() || !endsWithTransfers)) {
+        return Turn::goesOn;
+    }
+    if (inbox_.endTurn(loop_->hasWork())) {
+        return Turn::isOver;
+    }
+    loop_.reset();
+    ended.clear();
+    return Turn::wasTheLast;
 }
 
 } // namespace cirrus

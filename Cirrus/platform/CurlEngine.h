@@ -4,6 +4,7 @@
 #include <memory>
 #include <optional>
 #include <utility>
+#include <vector>
 
 #include "Cirrus/platform/Inbox.h"
 #include "Cirrus/platform/LoopbackPeer.h"
@@ -12,35 +13,48 @@
 
 namespace cirrus {
 
-/// Carries out transfers with libcurl, any number at a time, on one thread.
+/// Carries out transfers with libcurl, any number at a time. One thread at a time drives it: the
+/// one that stands by in `run`, or one that helps out.
 class CurlEngine {
 public:
-    /// Takes a finished transfer back with its outcome, on the engine's thread.
-    using Finished = std::function<void(std::unique_ptr<Transfer>, TaskOutcome)>;
+    using Transfers = std::vector<std::unique_ptr<Transfer>>;
 
-    explicit CurlEngine(Finished finished);
+    CurlEngine();
     CurlEngine(const CurlEngine&) = delete;
     CurlEngine& operator=(const CurlEngine&) = delete;
-    ~CurlEngine() = default;
+    ~CurlEngine();
 
     /// Begins a transfer. Safe from any thread; dropped without a word after `stop`.
-    void submit(std::unique_ptr<Transfer> transfer) { inbox_.put(std::move(transfer)); }
+    void submit(std::unique_ptr<Transfer> transfer, Inbox::Next next) {
+        inbox_.put(std::move(transfer), next);
+    }
 
     /// Counts for transfers submitted afterwards. Safe from any thread.
     void setPeer(std::optional<LoopbackPeer> peer) { inbox_.setPeer(std::move(peer)); }
 
-    /// Runs the engine on this thread until `stop`. What is still on its way then is dropped.
-    void run();
+    /// Stands by on this thread, and drives whatever nobody else does, until `stop`. What is still
+    /// on its way then is dropped. Calls `ended` for each transfer that has ended, on this thread.
+    void run(const std::function<void(std::unique_ptr<Transfer>)>& ended);
 
-    /// Makes `run` return soon. Safe from any thread.
+    /// Drives on this thread, if nobody else does, until transfers have ended or none is left.
+    /// Puts those that have ended into `ended`.
+    void help(Transfers& ended);
+
+    /// Has the thread that stands by drive what `help` could.
+    void callStandby() { inbox_.callStandby(); }
+
+    /// Makes `run` and `help` return soon. Safe from any thread.
     void stop() { inbox_.close(); }
 
 private:
     class Loop;
+    enum class Turn { goesOn, isOver, wasTheLast };
 
-    Finished finished_;
+    Turn takeTurn(bool endsWithTransfers, Transfers& ended);
+
     Poller poller_;
     Inbox inbox_{poller_};
+    std::unique_ptr<Loop> loop_;
 };
 
 } // namespace cirrus

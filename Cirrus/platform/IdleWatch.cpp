@@ -24,6 +24,13 @@ std::optional<std::uint64_t> bytesMoved(int socket) {
 
 } // namespace
 
+void IdleWatch::restart(std::chrono::milliseconds limit) {
+    limit_ = limit;
+    sockets_.clear();
+    lastCount_ = 0;
+    lastMoved_ = Clock::now();
+}
+
 void IdleWatch::add(int socket) {
     remove(socket);
     sockets_.push_back(socket);

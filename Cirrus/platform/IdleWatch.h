@@ -14,7 +14,8 @@ class IdleWatch {
 public:
     using Clock = std::chrono::steady_clock;
 
-    explicit IdleWatch(std::chrono::milliseconds limit) : limit_(limit) {}
+    /// Watches another exchange from now on, without a connection as yet.
+    void restart(std::chrono::milliseconds limit);
 
     [[nodiscard]] std::chrono::milliseconds limit() const { return limit_; }
 
@@ -29,10 +30,10 @@ public:
 private:
     [[nodiscard]] std::optional<std::uint64_t> systemCount() const;
 
-    std::chrono::milliseconds limit_;
+    std::chrono::milliseconds limit_{};
     std::vector<int> sockets_;
     std::uint64_t lastCount_ = 0;
-    Clock::time_point lastMoved_ = Clock::now();
+    Clock::time_point lastMoved_;
 };
 
 } // namespace cirrus

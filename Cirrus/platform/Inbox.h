@@ -4,20 +4,22 @@
 #include <memory>
 #include <mutex>
 #include <optional>
-#include <utility>
 #include <vector>
 
 #include "Cirrus/platform/LoopbackPeer.h"
 #include "Cirrus/platform/Poller.h"
 #include "Cirrus/platform/UrlSession.h"
+#include "Cirrus/platform/Wakeup.h"
 
 namespace cirrus {
 
 /// Null for the world.
 using Peer = std::shared_ptr<const LoopbackPeer>;
 
-/// Transfers on their way to the thread that carries them out, which sleeps in a poller and is
-/// woken only when it does. Everything but `take` and `ownerIsAwake` is safe from any thread.
+/// Transfers on their way to the engine, and whose turn it is to drive it: one thread's at a time.
+/// The driver sleeps in a poller and is woken only when it does. A second thread stands by for all
+/// the work that has no driver; others may take a turn when they have nothing else to do, and give
+/// it up before they have. Everything that is not for the driver is safe from any thread.
 class Inbox {
 public:
     struct Entry {
@@ -25,54 +27,54 @@ public:
         Peer peer;
     };
 
+    /// What the thread that puts something in does next.
+    enum class Next { anything, takesTurnOrCallsStandby };
+
     explicit Inbox(Poller& poller) : poller_(poller) {}
 
     /// Dropped without a word after `close`.
-    void put(std::unique_ptr<Transfer> transfer) {
-        {
-            const std::scoped_lock lock(mutex_);
-            if (isClosed_) {
-                return;
-            }
-            entries_.push_back({std::move(transfer), peer_});
-        }
-        if (isOwnerAsleep_.exchange(false)) {
-            poller_.wake();
-        }
-    }
+    void put(std::unique_ptr<Transfer> transfer, Next next);
 
     /// Counts for transfers put in afterwards.
-    void setPeer(std::optional<LoopbackPeer> peer) {
-        auto shared = peer ? std::make_shared<const LoopbackPeer>(*std::move(peer)) : nullptr;
-        const std::scoped_lock lock(mutex_);
-        peer_.swap(shared);
-    }
+    void setPeer(std::optional<LoopbackPeer> peer);
 
-    void close() {
-        {
-            const std::scoped_lock lock(mutex_);
-            isClosed_ = true;
-        }
-        poller_.wake();
-    }
+    /// Ends all turns. Whoever drives learns it from `endTurn`, or else the thread that stands by.
+    void close();
 
-    /// All that has come; nothing once closed. After an empty answer the owner may sleep.
-    [[nodiscard]] std::optional<std::vector<Entry>> take() {
-        const std::scoped_lock lock(mutex_);
-        isOwnerAsleep_ = entries_.empty();
-        return isClosed_ ? std::nullopt : std::optional(std::exchange(entries_, {}));
-    }
+    /// Waits for work that has no driver. False when it is closed and a driver knows that.
+    [[nodiscard]] bool waitForTurn();
 
-    /// Says that the owner will `take` again before it sleeps.
-    void ownerIsAwake() { isOwnerAsleep_ = false; }
+    /// Makes the caller the driver if there is work that has none.
+    [[nodiscard]] bool takeTurn();
+
+    /// Leaves work to the thread that stands by, if there is work that has no driver.
+    void callStandby();
+
+    /// For the driver: puts all that has come into `entries`, which must be empty; false once
+    /// closed. After an empty answer it may sleep.
+    [[nodiscard]] bool take(std::vector<Entry>& entries);
+
+    /// For the driver: says that it will `take` again before it sleeps, or end its turn.
+    void driverIsAwake() { isDriverAsleep_ = false; }
+
+    /// For the driver, which has to leave the engine alone then. `isWorkLeft` says that transfers
+    /// are on their way. Once closed, false, and the turn goes on: to clear up, for good.
+    [[nodiscard]] bool endTurn(bool isWorkLeft);
 
 private:
+    [[nodiscard]] bool hasUndrivenWork() const;
+    void callStandbyIfNeeded();
+
     Poller& poller_;
+    Wakeup standby_;
     std::mutex mutex_;
     std::vector<Entry> entries_;
     Peer peer_;
     bool isClosed_ = false;
-    std::atomic<bool> isOwnerAsleep_ = false;
+    bool isDriven_ = false;
+    bool isWorkLeft_ = false;      ///< transfers on their way without a driver
+    bool isStandbyCalled_ = false; ///< and has not come yet
+    std::atomic<bool> isDriverAsleep_ = false;
 };
 
 } // namespace cirrus

@@ -54,8 +54,8 @@ LibraryThread::~LibraryThread() {
 bool LibraryThread::join(std::chrono::milliseconds bound) {
     // Not with a flag of the thread's own: what libraries keep for it goes after its last line.
     const auto deadline = after(bound);
-    isJoined_ = isJoined_ || (::pthread_equal(thread_, ::pthread_self()) == 0 &&
-                              ::pthread_timedjoin_np(thread_, nullptr, &deadline) == 0);
+    isJoined_ =
+        isJoined_ || (!isCurrent() && ::pthread_timedjoin_np(thread_, nullptr, &deadline) == 0);
     return isJoined_;
 }
 

@@ -20,6 +20,9 @@ public:
     /// not when it is the caller. False when it may still be there.
     bool join(std::chrono::milliseconds bound);
 
+    /// Whether it is the calling thread.
+    [[nodiscard]] bool isCurrent() const { return ::pthread_equal(thread_, ::pthread_self()) != 0; }
+
 private:
     pthread_t thread_{};
     bool isJoined_ = false;

@@ -10,9 +10,15 @@ namespace cirrus {
 
 /// Shared with the thread, which may outlive the queue by the task that it is in.
 struct SerialQueue::State {
+    explicit State(std::function<void()> hook) : afterTask(std::move(hook)) {}
+
     void run() {
         while (auto task = next()) {
             task();
+            task = {};
+            if (afterTask) {
+                afterTask();
+            }
         }
     }
 
@@ -28,14 +34,16 @@ struct SerialQueue::State {
         return task;
     }
 
+    const std::function<void()> afterTask;
     std::mutex mutex;
     Wakeup wakeup; ///< once for each task, and when stopping
     std::deque<Task> tasks;
     bool isStopping = false;
 };
 
-SerialQueue::SerialQueue()
-    : state_(std::make_shared<State>()), thread_([state = state_] { state->run(); }) {}
+SerialQueue::SerialQueue(std::function<void()> afterTask)
+    : state_(std::make_shared<State>(std::move(afterTask))),
+      thread_([state = state_] { state->run(); }) {}
 
 SerialQueue::~SerialQueue() {
     stop(std::chrono::milliseconds::zero());
@@ -50,6 +58,11 @@ void SerialQueue::post(Task task) {
         state_->tasks.push_back(std::move(task));
     }
     state_->wakeup.wake();
+}
+
+bool SerialQueue::isEmpty() const {
+    const std::scoped_lock lock(state_->mutex);
+    return state_->tasks.empty();
 }
 
 void SerialQueue::stop(std::chrono::milliseconds bound) {

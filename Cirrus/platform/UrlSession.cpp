@@ -16,17 +16,14 @@ namespace cirrus {
 
 namespace {
 
-char lowerCase(char letter) {
-    return letter >= 'A' && letter <= 'Z' ? static_cast<char>(letter - 'A' + 'a') : letter;
-}
-
 bool hasControlCharacter(std::string_view text) {
     return std::ranges::any_of(text, [](char character) {
         return static_cast<unsigned char>(character) < 0x20 || character == 0x7F;
     });
 }
 
-/// Why a request must not be sent at all. The texts name no value: a token may be among them.
+} // namespace
+
 std::optional<std::string> refusal(const UrlRequest& request) {
     if (!UrlBuilder::isHttps(request.url)) {
         return "The URL is not an absolute HTTPS URL";
@@ -40,21 +37,14 @@ std::optional<std::string> refusal(const UrlRequest& request) {
     return std::nullopt;
 }
 
-} // namespace
-
 /// The threads behind the shared session.
 class UrlSession::Threads {
 public:
     void start(std::unique_ptr<Transfer> transfer) {
         ++tasksOnTheirWay_;
-        if (auto reason = refusal(transfer->request)) {
-            deliver(std::move(transfer),
-                    {.body = {},
-                     .response = {},
-                     .error = AnyError(TransportError{.code = 0, .text = *std::move(reason)})});
-        } else {
-            engine_.submit(std::move(transfer));
-        }
+        using enum Inbox::Next;
+        engine_.submit(std::move(transfer),
+                       callbacks_.isCurrent() ? takesTurnOrCallsStandby : anything);
     }
 
     void waitUntilIdle() const {
@@ -75,34 +65,51 @@ public:
     }
 
 private:
-    void deliver(std::unique_ptr<Transfer> transfer, TaskOutcome outcome) {
+    /// On the callback thread.
+    void complete(std::unique_ptr<Transfer> transfer) {
+        transfer->request.body = {};
+        if (transfer->progress && !transfer->outcome.error) {
+            transfer->progress->finish();
+        }
+        transfer->completion(std::move(transfer->outcome));
+        transfer.reset();
+        --tasksOnTheirWay_;
+        tasksOnTheirWay_.notify_all();
+    }
+
+    void completeLater(std::unique_ptr<Transfer> transfer) {
         callbacks_.post(
-            [this, transfer = std::move(transfer), outcome = std::move(outcome)]() mutable {
-                transfer->request.body = {};
-                if (!outcome.error) {
-                    transfer->progress->finish();
-                }
-                transfer->completion(std::move(outcome));
-                transfer.reset();
-                --tasksOnTheirWay_;
-                tasksOnTheirWay_.notify_all();
-            });
+            [this, transfer = std::move(transfer)]() mutable { complete(std::move(transfer)); });
+    }
+
+    /// With nothing else to do, the callback thread drives the engine itself: what a completion has
+    /// just asked for then begins, ends and is completed without a change of threads. Transfers
+    /// never wait for a completion, though: then they are the network thread's.
+    void afterCompletion() {
+        CurlEngine::Transfers ended;
+        while (callbacks_.isEmpty()) {
+            engine_.help(ended);
+            if (ended.size() != 1) {
+                std::ranges::for_each(ended, [this](auto& one) { completeLater(std::move(one)); });
+                return;
+            }
+            complete(std::move(ended.front()));
+        }
+        engine_.callStandby();
     }
 
     std::atomic<std::size_t> tasksOnTheirWay_ = 0;
-    SerialQueue callbacks_;
-    CurlEngine engine_{[this](std::unique_ptr<Transfer> transfer, TaskOutcome outcome) {
-        deliver(std::move(transfer), std::move(outcome));
-    }};
-    LibraryThread network_{[this] { engine_.run(); }};
+    CurlEngine engine_;
+    SerialQueue callbacks_{[this] { afterCompletion(); }};
+    LibraryThread network_{
+        [this] { engine_.run([this](auto ended) { completeLater(std::move(ended)); }); }};
 };
 
-bool HeaderNameLess::operator()(std::string_view left, std::string_view right) const {
-    return std::ranges::lexicographical_compare(left, right, {}, lowerCase, lowerCase);
-}
-
-bool HeaderNameLess::areEqual(std::string_view left, std::string_view right) {
-    return std::ranges::equal(left, right, {}, lowerCase, lowerCase);
+const std::shared_ptr<Progress>& DataTask::progress() {
+    if (!transfer_->progress) {
+        transfer_->progress = Progress::create(transfer_->request.body.size());
+    }
+    return transfer_->progress;
 }
 
 void DataTask::resume() && {
@@ -120,11 +127,11 @@ UrlSession& UrlSession::shared() {
     return *instance;
 }
 
-DataTask UrlSession::dataTask(UrlRequest request, Completion completion) {
-    auto progress = Progress::create(request.body.size());
+DataTask UrlSession::dataTask(UrlRequest&& request, Completion&& completion) {
     return {*this, std::make_unique<Transfer>(Transfer{.request = std::move(request),
-                                                       .progress = std::move(progress),
-                                                       .completion = std::move(completion)})};
+                                                       .progress = {},
+                                                       .completion = std::move(completion),
+                                                       .outcome = {}})};
 }
 
 void UrlSession::waitUntilIdle() const {

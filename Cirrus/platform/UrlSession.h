@@ -2,7 +2,6 @@
 
 #include <chrono>
 #include <functional>
-#include <map>
 #include <memory>
 #include <optional>
 #include <string>
@@ -10,21 +9,12 @@
 
 #include "Cirrus/platform/Data.h"
 #include "Cirrus/platform/Error.h"
+#include "Cirrus/platform/HeaderFields.h"
 #include "Cirrus/platform/LoopbackPeer.h"
 #include "Cirrus/platform/Progress.h"
 #include "Cirrus/platform/Url.h"
 
 namespace cirrus {
-
-/// Orders header names without regard to the case of ASCII letters.
-struct HeaderNameLess {
-    using is_transparent = void;
-    bool operator()(std::string_view left, std::string_view right) const;
-    [[nodiscard]] static bool areEqual(std::string_view left, std::string_view right);
-};
-
-/// Header fields by name. Of a field that an answer repeats, the values are joined by ", ".
-using HeaderFields = std::map<std::string, std::string, HeaderNameLess>;
 
 struct UrlRequest {
     Url url;
@@ -34,6 +24,9 @@ struct UrlRequest {
     /// How long nothing may move, in either direction; no limit on the whole.
     std::chrono::milliseconds timeout = std::chrono::seconds(10);
 };
+
+/// Why a request must not be sent at all. The texts name no value: a token may be among them.
+[[nodiscard]] std::optional<std::string> refusal(const UrlRequest& request);
 
 struct HttpResponse {
     int statusCode = 0;
@@ -48,14 +41,14 @@ struct TaskOutcome {
     std::optional<AnyError> error;
 };
 
-/// One exchange on its way to and through the session.
+/// One exchange on its way to and through the session, and what became of it.
 struct Transfer {
     UrlRequest request;
+    /// Null when nobody asked for it before the exchange started.
     std::shared_ptr<Progress> progress;
     std::move_only_function<void(TaskOutcome)> completion;
+    TaskOutcome outcome;
 };
-
-class UrlSession;
 
 class UrlSession;
 
@@ -64,7 +57,7 @@ class DataTask {
 public:
     /// The bytes of the body sent over its length. Its observers are called on the session's own
     /// threads. It is finished once the exchange has succeeded, before the completion runs.
-    [[nodiscard]] const std::shared_ptr<Progress>& progress() const { return transfer_->progress; }
+    [[nodiscard]] const std::shared_ptr<Progress>& progress();
 
     /// Starts the exchange and returns at once. It can not be stopped any more.
     void resume() &&;
@@ -79,8 +72,9 @@ private:
     std::unique_ptr<Transfer> transfer_;
 };
 
-/// The HTTP client of the process: one network thread, started with the first task, that no
-/// completion ever runs on, and one callback thread that runs all completions, one after another.
+/// The HTTP client of the process, on two threads that start with the first task: the callback
+/// thread runs all completions, one after another, and carries the transfers while it has nothing
+/// else to do; the network thread carries them otherwise, so that none waits for a completion.
 /// HTTPS only, HTTP/1.1 on connections that are kept alive; no cache, no cookies, no redirects,
 /// nothing ever sent twice. Ends by itself, silently, when the process exits.
 class UrlSession {
@@ -90,7 +84,7 @@ public:
     static UrlSession& shared();
 
     /// `completion` is called once, on the callback thread, after the body has been let go.
-    [[nodiscard]] DataTask dataTask(UrlRequest request, Completion completion);
+    [[nodiscard]] DataTask dataTask(UrlRequest&& request, Completion&& completion);
 
     /// Waits until no task is on its way and no completion runs. For tests and benchmarks; not on
     /// the callback thread.

@@ -16,8 +16,10 @@ std::string keyOf(CodingKey auto key) {
     return std::string(keyText(key));
 }
 
-JsonValue listOf(const std::string& element) {
-    return JsonValue::Array{element};
+JsonValue listOf(std::string element) {
+    JsonValue::Array list;
+    list.emplace_back(std::move(element));
+    return list;
 }
 
 /// The record of a classified answer; an error passes unchanged.
@@ -42,8 +44,8 @@ Result<Url, WebserviceError> sessionUrl(const Result<Response, WebserviceError>&
     if (!result) {
         return std::unexpected(result.error());
     }
-    if (const auto location = result->headers.find("Location"); location != result->headers.end()) {
-        if (auto url = Url::parse(location->second)) {
+    if (const auto location = result->headers.value("Location")) {
+        if (auto url = Url::parse(*location)) {
             return *std::move(url);
         }
     }
@@ -63,8 +65,9 @@ void GoogleWebservice::findDirectory(const std::string& name, Completion<FileLis
 void GoogleWebservice::createDirectory(const std::string& name,
                                        const std::optional<std::string>& parentIdentifier,
                                        Completion<File> completion) {
-    Body body{{keyOf(File::CodingKeys::mimeType), folderMimeType},
-              {keyOf(File::CodingKeys::name), name}};
+    Body body;
+    body.emplace(keyOf(File::CodingKeys::mimeType), folderMimeType);
+    body.emplace(keyOf(File::CodingKeys::name), name);
     if (parentIdentifier) {
         body.emplace("parents", listOf(*parentIdentifier));
     }
@@ -76,10 +79,12 @@ void GoogleWebservice::createDirectory(const std::string& name,
 void GoogleWebservice::createUploadUrl(const std::string& name, std::int64_t filesize,
                                        const std::string& parentIdentifier,
                                        Completion<Url> completion) {
-    auto request = makeRequest(
-        RequestUrlType::url(endpoints::upload()), "POST", std::nullopt,
-        Body{{keyOf(File::CodingKeys::name), name}, {"parents", listOf(parentIdentifier)}});
-    request.headers.emplace("Content-Length", std::to_string(filesize));
+    Body body;
+    body.emplace(keyOf(File::CodingKeys::name), name);
+    body.emplace("parents", listOf(parentIdentifier));
+    auto request = makeRequest(RequestUrlType::url(endpoints::upload()), "POST", std::nullopt,
+                               std::move(body));
+    request.headers.add("Content-Length", std::to_string(filesize));
     perform(std::move(request), {}, [completion = std::move(completion)](auto result) mutable {
         completion(sessionUrl(result));
     });
@@ -88,7 +93,7 @@ void GoogleWebservice::createUploadUrl(const std::string& name, std::int64_t fil
 void GoogleWebservice::upload(Data data, const Url& to, ProgressCallback progress,
                               Completion<File> completion) {
     auto request = makeRequest(RequestUrlType::url(to), "POST", std::nullopt, std::nullopt);
-    request.headers.emplace("Content-Length", std::to_string(data.size()));
+    request.headers.add("Content-Length", std::to_string(data.size()));
     request.body = std::move(data);
     performForRecord<File>(std::move(request), std::move(progress), std::move(completion));
 }
@@ -98,8 +103,9 @@ void GoogleWebservice::createPermission(
     const std::optional<std::string>& email, const std::optional<std::string>& emailMessage,
     std::optional<std::chrono::system_clock::time_point> expiration,
     Completion<Permission> completion) {
-    Body body{{keyOf(Permission::CodingKeys::role), role},
-              {keyOf(Permission::CodingKeys::type), type}};
+    Body body;
+    body.emplace(keyOf(Permission::CodingKeys::role), role);
+    body.emplace(keyOf(Permission::CodingKeys::type), type);
     if (expiration) {
         body.emplace("expirationTime", formatLocalTime(*expiration));
     }
@@ -122,18 +128,20 @@ void GoogleWebservice::requestFile(const std::string& fileIdentifier, Completion
                            {}, std::move(completion));
 }
 
-UrlRequest GoogleWebservice::makeRequest(const RequestUrlType& urlType, std::string method,
+UrlRequest GoogleWebservice::makeRequest(RequestUrlType urlType, std::string method,
                                          const std::optional<QueryItems>& queryItems,
                                          std::optional<Body> body) const {
-    UrlRequest request{
-        .url = urlType.resolved(), .method = std::move(method), .headers = {}, .body = {}};
-    request.headers.emplace("Authorization", "Bearer " + accessToken_);
+    UrlRequest request{.url = std::move(urlType).resolved(),
+                       .method = std::move(method),
+                       .headers = {},
+                       .body = {}};
+    request.headers.add("Authorization", "Bearer " + accessToken_);
     if (body) {
         // Text that is not UTF-8 can not be written; the request then goes without a body.
         if (const auto text = writeJson(*std::move(body))) {
             request.body = Data(*text);
         }
-        request.headers.emplace("Content-Type", "application/json; charset=utf-8");
+        request.headers.add("Content-Type", "application/json; charset=utf-8");
     }
     if (queryItems) {
         request.url = UrlBuilder::replacingQuery(request.url, *queryItems);
@@ -141,14 +149,14 @@ UrlRequest GoogleWebservice::makeRequest(const RequestUrlType& urlType, std::str
     return request;
 }
 
-/// Sends a request and classifies its outcome. The answer is dropped when this object is gone.
-void GoogleWebservice::perform(UrlRequest request, ProgressCallback progress,
-                               Completion<Response> completion) {
+/// Sends a request and has its classified outcome handled, unless this object is gone by then.
+template <class Handler>
+void GoogleWebservice::perform(UrlRequest&& request, ProgressCallback progress, Handler handle) {
     auto task = UrlSession::shared().dataTask(
         std::move(request),
-        [self = weak_from_this(), completion = std::move(completion)](TaskOutcome outcome) mutable {
+        [self = weak_from_this(), handle = std::move(handle)](TaskOutcome outcome) mutable {
             if (!self.expired()) {
-                completion(classify(std::move(outcome)));
+                handle(classify(std::move(outcome)));
             }
         });
     if (progress) {
@@ -158,7 +166,7 @@ void GoogleWebservice::perform(UrlRequest request, ProgressCallback progress,
 }
 
 template <class Record>
-void GoogleWebservice::performForRecord(UrlRequest request, ProgressCallback progress,
+void GoogleWebservice::performForRecord(UrlRequest&& request, ProgressCallback progress,
                                         Completion<Record> completion) {
     perform(std::move(request), std::move(progress),
             [completion = std::move(completion)](Result<Response, WebserviceError> result) mutable {

@@ -39,12 +39,13 @@ public:
 private:
     using Body = JsonValue::Object;
 
-    [[nodiscard]] UrlRequest makeRequest(const RequestUrlType& urlType, std::string method,
+    [[nodiscard]] UrlRequest makeRequest(RequestUrlType urlType, std::string method,
                                          const std::optional<QueryItems>& queryItems,
                                          std::optional<Body> body) const;
-    void perform(UrlRequest request, ProgressCallback progress, Completion<Response> completion);
+    template <class Handler>
+    void perform(UrlRequest&& request, ProgressCallback progress, Handler handle);
     template <class Record>
-    void performForRecord(UrlRequest request, ProgressCallback progress,
+    void performForRecord(UrlRequest&& request, ProgressCallback progress,
                           Completion<Record> completion);
 
     const std::string accessToken_;

@@ -5,9 +5,9 @@
 
 namespace cirrus {
 
-Url RequestUrlType::resolved() const {
-    if (const auto* url = std::get_if<Url>(&value_)) {
-        return *url;
+Url RequestUrlType::resolved() && {
+    if (auto* url = std::get_if<Url>(&value_)) {
+        return std::move(*url);
     }
     return UrlBuilder::appendingPath(endpoints::api(), std::get<std::string>(value_));
 }

@@ -19,7 +19,7 @@ public:
     /// A whole URL, used unchanged.
     [[nodiscard]] static RequestUrlType url(Url url) { return RequestUrlType(std::move(url)); }
 
-    [[nodiscard]] Url resolved() const;
+    [[nodiscard]] Url resolved() &&;
 
 private:
     using Value = std::variant<std::string, Url>;

@@ -17,7 +17,7 @@ static TaskOutcome outcomeOf(std::istringstream input) {
     std::getline(input, line);
     while (std::getline(input, line) && line != "\r") {
         const auto colon = line.find(':');
-        outcome.response->headers.emplace(line.substr(0, colon), line.substr(colon + 1));
+        outcome.response->headers.add(line.substr(0, colon), line.substr(colon + 1));
     }
     if (input) {
         outcome.body.emplace(std::istreambuf_iterator(input), std::istreambuf_iterator<char>());
