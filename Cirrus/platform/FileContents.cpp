@@ -5,6 +5,7 @@
 #include <unistd.h>
 
 #include <cerrno>
+#include <string_view>
 #include <system_error>
 
 namespace cirrus {
@@ -89,11 +90,11 @@ bool FileReader::reserve(std::size_t size) {
 }
 
 std::string lastPathComponent(const std::filesystem::path& path) {
-    if (path.has_filename()) {
-        return path.filename().string();
+    std::string_view text = path.native();
+    while (text.size() > 1 && text.ends_with('/')) {
+        text.remove_suffix(1);
     }
-    const auto parent = path.parent_path();
-    return parent.has_filename() ? parent.filename().string() : path.string();
+    return std::string(text.size() > 1 ? text.substr(text.rfind('/') + 1) : text);
 }
 
 } // namespace cirrus

@@ -14,7 +14,7 @@ constexpr std::size_t deepestNesting = 256;
 /// Builds a `JsonValue` from the parser's events, so that no second tree is ever made.
 class TreeBuilder final : public nlohmann::json_sax<nlohmann::json> {
 public:
-    bool null() override { return add(JsonValue{}); }
+    bool null() override { return add(nullptr); }
 
     bool boolean(bool value) override { return add(value); }
 
@@ -34,7 +34,7 @@ public:
     bool start_object(std::size_t) override { return open(JsonValue::Object{}); }
 
     bool key(string_t& value) override {
-        open_.back().key = std::move(value);
+        key_ = std::move(value);
         return true;
     }
 
@@ -55,42 +55,40 @@ public:
     [[nodiscard]] JsonError error() const { return {reason_}; }
 
 private:
-    struct Container {
-        std::variant<JsonValue::Array, JsonValue::Object> value;
-        std::string key;
-    };
-
-    template <class Value>
-    bool open(Value value) {
+    bool open(JsonValue container) {
         if (open_.size() == deepestNesting) {
             reason_ = "JSON nested too deeply";
             return false;
         }
-        open_.push_back({std::move(value), {}});
+        open_.push_back(&place(std::move(container)));
         return true;
     }
 
     bool close() {
-        auto closed =
-            std::visit([](auto& value) { return JsonValue(std::move(value)); }, open_.back().value);
         open_.pop_back();
-        return add(std::move(closed));
-    }
-
-    bool add(JsonValue value) {
-        if (open_.empty()) {
-            root_ = std::move(value);
-        } else if (auto* array = std::get_if<JsonValue::Array>(&open_.back().value)) {
-            array->push_back(std::move(value));
-        } else {
-            auto& object = std::get<JsonValue::Object>(open_.back().value);
-            object.insert_or_assign(std::move(open_.back().key), std::move(value));
-        }
         return true;
     }
 
-    std::vector<Container> open_;
+    bool add(JsonValue value) {
+        place(std::move(value));
+        return true;
+    }
+
+    /// Puts a value where it belongs, and stays while it is open.
+    JsonValue& place(JsonValue value) {
+        if (open_.empty()) {
+            return root_ = std::move(value);
+        }
+        if (auto* array = open_.back()->as<JsonValue::Array>()) {
+            return array->emplace_back(std::move(value));
+        }
+        auto& object = *open_.back()->as<JsonValue::Object>();
+        return object.insert_or_assign(std::move(key_), std::move(value)).first->second;
+    }
+
     JsonValue root_;
+    std::vector<JsonValue*> open_; ///< from the root to where the parser is
+    std::string key_;
     std::string reason_;
 };
 

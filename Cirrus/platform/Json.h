@@ -50,6 +50,11 @@ public:
         return std::get_if<Type>(&storage_);
     }
 
+    template <class Type>
+    [[nodiscard]] Type* as() {
+        return std::get_if<Type>(&storage_);
+    }
+
     [[nodiscard]] bool isNull() const { return as<std::nullptr_t>() != nullptr; }
 
     /// The member of an object; null when this is no object or has no such key. Keys compare byte

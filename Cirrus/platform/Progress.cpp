@@ -101,7 +101,12 @@ struct Progress::State {
 };
 
 std::shared_ptr<Progress> Progress::create(std::uint64_t totalUnitCount) {
-    return std::shared_ptr<Progress>(new Progress(totalUnitCount));
+    // One piece of memory instead of two; the constructor is not public.
+    struct Object : Progress {
+        explicit Object(std::uint64_t total) : Progress(total) {}
+    };
+
+    return std::make_shared<Object>(totalUnitCount);
 }
 
 Progress::Progress(std::uint64_t totalUnitCount)

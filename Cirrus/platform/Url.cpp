@@ -11,6 +11,11 @@ namespace cirrus {
 
 namespace {
 
+constexpr std::string_view unreserved =
+    "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789-._~";
+/// What a path may hold beside them: sub-delimiters, ":", "@" and the separator of segments.
+constexpr std::string_view pathCharacters = "!$&'()*+,;=:@/";
+
 /// The parsed parts of a URL; they point into the parsed text.
 class Parts {
 public:
@@ -43,11 +48,6 @@ private:
     bool isValid_ = false;
 };
 
-constexpr std::string_view unreserved =
-    "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789-._~";
-/// What a path may hold beside them: sub-delimiters, ":", "@" and the separator of segments.
-constexpr std::string_view pathCharacters = "!$&'()*+,;=:@/";
-
 std::string percentEncoded(std::string_view text, std::string_view alsoAllowed) {
     constexpr std::string_view digits = "0123456789ABCDEF";
     std::string result;
@@ -69,10 +69,29 @@ bool equalsIgnoringCase(std::string_view text, std::string_view lowerCase) {
     });
 }
 
+/// Whether the text obviously is a URL, as nearly all are that a service names. What is left takes
+/// a parser to tell.
+bool isPlainHttps(std::string_view text) {
+    constexpr std::string_view start = "https://";
+    constexpr std::string_view hostCharacters = "abcdefghijklmnopqrstuvwxyz0123456789-.";
+    static constexpr auto characters = [] {
+        std::array<bool, 256> set{};
+        for (const auto allowed : {unreserved, pathCharacters, std::string_view("?")}) {
+            std::ranges::for_each(allowed, [&](unsigned char byte) { set.at(byte) = true; });
+        }
+        return set;
+    }();
+    const auto endOfHost = text.find_first_not_of(hostCharacters, start.size());
+    return text.starts_with(start) && endOfHost != start.size() && endOfHost < text.size() &&
+           text[endOfHost] == '/' &&
+           std::ranges::all_of(
+               text.substr(endOfHost), [](unsigned char byte) { return characters[byte]; });
+}
+
 } // namespace
 
 std::optional<Url> Url::parse(std::string_view text) {
-    if (text.empty() || !Parts(text).isValid()) {
+    if (!isPlainHttps(text) && (text.empty() || !Parts(text).isValid())) {
         return std::nullopt;
     }
     return Url(std::string(text));
