@@ -138,9 +138,9 @@ public:
     IdleWatch& idleWatch() { return idleWatch_; }
 
     /// Makes the handle ready for a transfer.
-    void prepare(std::unique_ptr<Transfer> transfer) {
+    void prepare(std::unique_ptr<Transfer> transfer, Clock::time_point now) {
         transfer_ = std::move(transfer);
-        idleWatch_.restart(idleLimit());
+        idleWatch_.restart(idleLimit(), now);
         errorText_.front() = '\0';
         sent_ = 0;
         hasBegun_ = false;
@@ -402,6 +402,7 @@ public:
     /// Begins what was submitted, waits until something happens, and sees to it. Puts what has
     /// ended into `ended`, which must be empty.
     void turn(Transfers& ended) {
+        now_ = Clock::now();
         isOpen_ = beginSubmitted();
         if (hasWork() && ended_.empty()) {
             poller_.wait(timeUntilNextLook(), [this](const Poller::Event& event) {
@@ -409,6 +410,7 @@ public:
                                       (event.canWrite ? CURL_CSELECT_OUT : 0) |
                                       (event.hasFailed ? CURL_CSELECT_ERR : 0));
             });
+            now_ = Clock::now();
         }
         inbox_.driverIsAwake();
         actOnTimer();
@@ -429,7 +431,7 @@ private:
     }
 
     void actOnTimer() {
-        if (timer_ && *timer_ <= Clock::now()) {
+        if (timer_ && *timer_ <= now_) {
             timer_.reset();
             act(CURL_SOCKET_TIMEOUT, 0);
         }
@@ -460,7 +462,7 @@ private:
             return;
         }
         auto exchange = exchangeWith(peer);
-        exchange->prepare(std::move(transfer));
+        exchange->prepare(std::move(transfer), now_);
         exchange->place = exchanges_.size();
         CURL* easy = exchange->easy();
         exchanges_.push_back(std::move(exchange));
@@ -519,12 +521,11 @@ private:
         if (!next) {
             return std::nullopt;
         }
-        return std::chrono::ceil<std::chrono::milliseconds>(*next - Clock::now());
+        return std::chrono::ceil<std::chrono::milliseconds>(*next - now_);
     }
 
     void endIdle() {
-        const auto now = Clock::now();
-        if (now < nextLook_) {
+        if (now_ < nextLook_) {
             return;
         }
         auto shortestLimit = std::chrono::milliseconds(std::chrono::seconds(10));
@@ -532,11 +533,11 @@ private:
         for (const auto& exchange : exchanges_) {
             auto& watch = exchange->idleWatch();
             shortestLimit = std::min(shortestLimit, watch.limit());
-            if (watch.hasIdledOut(now, exchange->byteCount())) {
+            if (watch.hasIdledOut(now_, exchange->byteCount())) {
                 idle.push_back(exchange->easy());
             }
         }
-        nextLook_ = now + shortestLimit / looksPerLimit;
+        nextLook_ = now_ + shortestLimit / looksPerLimit;
         for (CURL* easy : idle) {
             end(easy, CURLE_OPERATION_TIMEDOUT);
         }
@@ -566,11 +567,11 @@ private:
     }
 
     static int timerChanged(CURLM*, long milliseconds, void* self) {
-        auto& timer = static_cast<Loop*>(self)->timer_;
+        auto& loop = *static_cast<Loop*>(self);
         if (milliseconds < 0) {
-            timer.reset();
+            loop.timer_.reset();
         } else {
-            timer = Clock::now() + std::chrono::milliseconds(milliseconds);
+            loop.timer_ = loop.now_ + std::chrono::milliseconds(milliseconds);
         }
         return 0;
     }
@@ -579,6 +580,9 @@ private:
     Inbox& inbox_;
     OpenSockets sockets_{poller_};
     CURLM* multi_;
+    /// When the loop last looked. A timer set by it may be early, which does no harm: libcurl then
+    /// sets it again.
+    Clock::time_point now_;
     std::optional<Clock::time_point> timer_;
     Clock::time_point nextLook_;
     std::vector<std::unique_ptr<Exchange>> exchanges_;

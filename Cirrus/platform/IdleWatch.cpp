@@ -24,11 +24,11 @@ std::optional<std::uint64_t> bytesMoved(int socket) {
 
 } // namespace
 
-void IdleWatch::restart(std::chrono::milliseconds limit) {
+void IdleWatch::restart(std::chrono::milliseconds limit, Clock::time_point now) {
     limit_ = limit;
     sockets_.clear();
     lastCount_ = 0;
-    lastMoved_ = Clock::now();
+    lastMoved_ = now;
 }
 
 void IdleWatch::add(int socket) {

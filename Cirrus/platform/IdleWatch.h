@@ -15,7 +15,7 @@ public:
     using Clock = std::chrono::steady_clock;
 
     /// Watches another exchange from now on, without a connection as yet.
-    void restart(std::chrono::milliseconds limit);
+    void restart(std::chrono::milliseconds limit, Clock::time_point now);
 
     [[nodiscard]] std::chrono::milliseconds limit() const { return limit_; }
 
