@@ -107,8 +107,9 @@ private:
 /// libcurl's easy handle, for one transfer after another with the same peer.
 class Exchange {
 public:
-    Exchange(Peer peer, OpenSockets& sockets)
-        : peer_(std::move(peer)), sockets_(sockets), easy_(curl_easy_init()) {
+    /// Puts itself into `advanced` when its progress is to be told.
+    Exchange(Peer peer, OpenSockets& sockets, std::vector<const Exchange*>& advanced)
+        : peer_(std::move(peer)), sockets_(sockets), advanced_(advanced), easy_(curl_easy_init()) {
         setLastingOptions();
         setCallbacks();
         if (peer_) {
@@ -151,6 +152,11 @@ public:
     [[nodiscard]] std::uint64_t byteCount() const {
         return static_cast<std::uint64_t>(get<curl_off_t>(CURLINFO_SIZE_UPLOAD_T) +
                                           get<curl_off_t>(CURLINFO_SIZE_DOWNLOAD_T));
+    }
+
+    /// Tells the transfer's progress how much has been sent.
+    void tellProgress() const {
+        transfer_->progress->setCompletedUnitCount(static_cast<std::uint64_t>(sent_));
     }
 
     /// Prepares the exchange to be begun again on a new connection; false when it has to end.
@@ -324,7 +330,7 @@ private:
     static int advance(void* self, curl_off_t, curl_off_t, curl_off_t, curl_off_t sent) {
         auto& exchange = *static_cast<Exchange*>(self);
         if (std::exchange(exchange.sent_, sent) != sent && exchange.transfer_->progress) {
-            exchange.transfer_->progress->setCompletedUnitCount(static_cast<std::uint64_t>(sent));
+            exchange.advanced_.push_back(&exchange);
         }
         return 0;
     }
@@ -356,6 +362,7 @@ private:
 
     Peer peer_;
     OpenSockets& sockets_;
+    std::vector<const Exchange*>& advanced_;
     CURL* easy_;
     curl_slist* connectTo_ = nullptr;
     std::array<char, CURL_ERROR_SIZE> errorText_{};
@@ -391,6 +398,7 @@ public:
         for (const auto& exchange : exchanges_) {
             curl_multi_remove_handle(multi_, exchange->easy());
         }
+        advanced_.clear();
         exchanges_.clear();
         spare_.clear();
         curl_multi_cleanup(multi_);
@@ -428,6 +436,15 @@ private:
     void act(curl_socket_t socket, int events) {
         int running = 0;
         curl_multi_socket_action(multi_, socket, events, &running);
+        tellProgress();
+    }
+
+    /// Not from inside libcurl: whom it wakes may take the processor in the middle of a piece.
+    void tellProgress() {
+        for (const auto* exchange : advanced_) {
+            exchange->tellProgress();
+        }
+        advanced_.clear();
     }
 
     void actOnTimer() {
@@ -472,7 +489,7 @@ private:
     std::unique_ptr<Exchange> exchangeWith(const Peer& peer) {
         if (spare_.empty() || spare_.back()->peer() != peer) {
             spare_.clear();
-            return std::make_unique<Exchange>(peer, sockets_);
+            return std::make_unique<Exchange>(peer, sockets_, advanced_);
         }
         auto exchange = std::move(spare_.back());
         spare_.pop_back();
@@ -491,6 +508,7 @@ private:
 
     void end(CURL* easy, CURLcode code) {
         curl_multi_remove_handle(multi_, easy);
+        tellProgress();
         if (Exchange::of(easy)->beginsAnew()) {
             curl_multi_add_handle(multi_, easy);
             return;
@@ -585,6 +603,7 @@ private:
     Clock::time_point now_;
     std::optional<Clock::time_point> timer_;
     Clock::time_point nextLook_;
+    std::vector<const Exchange*> advanced_;
     std::vector<std::unique_ptr<Exchange>> exchanges_;
     std::vector<std::unique_ptr<Exchange>> spare_;
     std::vector<Inbox::Entry> submitted_;
