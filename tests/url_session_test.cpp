@@ -215,10 +215,7 @@ TEST_F(UrlSessionTest, SendsOnWhileACompletionRuns) {
              start(refused, 0, [&] { start(drive, large, [] {}); });
              start(refused, 0, waitForArrival);
          }},
-        {"asked for meanwhile", [&] {
-             start(refused, 0, waitForArrival);
-             start(refused, 0, [] {});
-         }}};
+        {"asked for meanwhile", [&] { start(refused, 0, waitForArrival); }}};
     for (const auto& [name, step] : steps) {
         SCOPED_TRACE(name);
         start(refused, 0, step);

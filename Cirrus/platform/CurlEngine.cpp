@@ -409,7 +409,7 @@ public:
 
     /// Begins what was submitted, waits until something happens, and sees to it. Puts what has
     /// ended into `ended`, which must be empty.
-    void turn(Transfers& ended) {
+    void step(Transfers& ended) {
         now_ = Clock::now();
         isOpen_ = beginSubmitted();
         if (hasWork() && ended_.empty()) {
@@ -622,7 +622,7 @@ void CurlEngine::run(const std::function<void(std::unique_ptr<Transfer>)>& ended
     Transfers transfers;
     auto turn = Turn::isOver;
     while (turn != Turn::wasTheLast && (turn == Turn::goesOn || inbox_.waitForTurn())) {
-        turn = takeTurn(false, transfers);
+        turn = step(false, transfers);
         std::ranges::for_each(transfers, [&](auto& transfer) { ended(std::move(transfer)); });
     }
 }
@@ -630,16 +630,17 @@ void CurlEngine::run(const std::function<void(std::unique_ptr<Transfer>)>& ended
 void CurlEngine::help(Transfers& ended) {
     ended.clear();
     if (inbox_.takeTurn()) {
-        while (takeTurn(true, ended) == Turn::goesOn) {
+        while (step(true, ended) == Turn::goesOn) {
         }
     }
 }
 
-/// For the driver, which stops being that if nothing is left to do or `endsWithTransfers`. That is
-/// before their outcomes are told, so that whoever hears of them finds the engine free.
-CurlEngine::Turn CurlEngine::takeTurn(bool endsWithTransfers, Transfers& ended) {
+/// A step of the driver's turn, which ends with it when nothing is left to do, or when transfers
+/// have ended and `endsWithTransfers`: before their outcomes are told, so that whoever hears of
+/// them finds the engine free.
+CurlEngine::Turn CurlEngine::step(bool endsWithTransfers, Transfers& ended) {
     ended.clear();
-    loop_->turn(ended);
+    loop_->step(ended);
     if (loop_->hasWork() && (ended.empty() || !endsWithTransfers)) {
         return Turn::goesOn;
     }

@@ -50,7 +50,7 @@ private:
     class Loop;
     enum class Turn { goesOn, isOver, wasTheLast };
 
-    Turn takeTurn(bool endsWithTransfers, Transfers& ended);
+    Turn step(bool endsWithTransfers, Transfers& ended);
 
     Poller poller_;
     Inbox inbox_{poller_};
