@@ -82,7 +82,7 @@ TEST_F(UrlSessionTest, GivesEachAnswerAsItCame) {
                  "HTTP/1.1 200 OK\r\nx-b: 2\r\nContent-Length: 1\r\n\r\nx"},
          "x",
          {{"X-B", "2"}, {"Content-Length", "1"}}},
-        {Answer{.raw = "HTTP/1.1 200 OK\r\nX-A: 1\r\n\t 2 \r\nTransfer-Encoding: chunked\r\n"
+        {Answer{.raw = "HTTP/1.1 200 OK\r\nX-A: 1\r\n\t 2 \r\n \r\nTransfer-Encoding: chunked\r\n"
                        "Trailer: X-B\r\n\r\n1\r\nx\r\n0\r\nX-B: 3\r\n\r\n"},
          "x",
          {{"X-A", "1 2"}, {"Transfer-Encoding", "chunked"}, {"Trailer", "X-B"}}},

@@ -69,7 +69,11 @@ AnyError transportError(CURLcode code, std::string text) {
 /// Header lines as libcurl wants them. It keeps no more than the pointer to the list.
 class HeaderLines {
 public:
-    void clear() { count_ = 0; }
+    /// Keeps the memory, but not what was in it: a token, for one.
+    void clear() {
+        std::ranges::for_each(lines_, [](auto& line) { std::ranges::fill(line, '\0'); });
+        count_ = 0;
+    }
 
     void add(std::string_view name, std::string_view value) {
         line().append(name).append(value.empty() ? ";" : ": ").append(value);
@@ -172,6 +176,7 @@ public:
     /// Ends the exchange. After success it is ready for another transfer.
     [[nodiscard]] std::unique_ptr<Transfer> end(CURLcode code) {
         setOutcome(code, transfer_->outcome);
+        headerLines_.clear();
         return std::move(transfer_);
     }
 
@@ -249,7 +254,6 @@ private:
     }
 
     void setHeaders(const HeaderFields& fields) {
-        headerLines_.clear();
         for (const auto& [name, value] : fields) {
             // libcurl would believe a length given here; the body's own frames the message.
             if (!HeaderFields::areEqual(name, "Content-Length")) {

@@ -33,8 +33,13 @@ bool HeaderFields::areEqual(std::string_view left, std::string_view right) {
 std::optional<std::string> HeaderFields::value(std::string_view name) const {
     std::optional<std::string> joined;
     for (const auto& [other, value] : fields_) {
-        if (areEqual(other, name)) {
-            joined = joined ? *joined + ", " + value : value;
+        if (!areEqual(other, name)) {
+            continue;
+        }
+        if (joined) {
+            joined->append(", ").append(value);
+        } else {
+            joined = value;
         }
     }
     return joined;
@@ -52,7 +57,8 @@ void AnswerHead::take(std::string_view line) {
         fields_.fields_.clear();
         fields_.fields_.reserve(usualCount);
     } else if (isWithin_) {
-        isWithin_ = !trimmed(line).empty();
+        // A line of blanks continues the field before.
+        isWithin_ = line.find_first_not_of("\r\n") != std::string_view::npos;
         takeField(line);
     }
 }
@@ -61,8 +67,9 @@ void AnswerHead::takeField(std::string_view line) {
     auto& fields = fields_.fields_;
     const bool isContinuation = line.starts_with(' ') || line.starts_with('\t');
     const auto colon = line.find(':');
-    if (isContinuation && !fields.empty()) {
-        fields.back().second.append(" ").append(trimmed(line));
+    const auto text = trimmed(line);
+    if (isContinuation && !fields.empty() && !text.empty()) {
+        fields.back().second.append(" ").append(text);
     } else if (!isContinuation && colon != std::string_view::npos) {
         fields.emplace_back(trimmed(line.substr(0, colon)), trimmed(line.substr(colon + 1)));
     }
