@@ -8,6 +8,7 @@
 #include <utility>
 #include <vector>
 
+#include "Cirrus/platform/BodyPieces.h"
 #include "Cirrus/platform/IdleWatch.h"
 #include "Cirrus/platform/OpenSockets.h"
 #include "Cirrus/platform/Poller.h"
@@ -36,12 +37,17 @@ constexpr long mostKeptConnections = 1024;
 /// The most exchanges that are kept for transfers to come; each holds about 20 KiB.
 constexpr std::size_t mostSpareExchanges = 16;
 
-/// What libcurl takes over from a body at a time. Less costs time, more makes the progress coarse.
-std::size_t pieceOf(std::size_t bodySize) {
+/// The longest body that libcurl takes whole, as nearly all requests have it, and sends right after
+/// the header.
+constexpr std::size_t longestWholeBody = std::size_t{64} * 1024;
+
+/// How much of a body libcurl can hold to send it. Few sizes, since it takes new memory whenever
+/// this changes.
+std::size_t sendBufferFor(std::size_t bodySize) {
     constexpr std::size_t KiB = 1024;
-    constexpr std::size_t piecesOfLargeBody = 32;
-    const auto largest = std::clamp(bodySize / piecesOfLargeBody, 128 * KiB, 256 * KiB);
-    return std::clamp(bodySize, 16 * KiB, largest);
+    return bodySize <= 16 * KiB           ? 16 * KiB
+           : bodySize <= longestWholeBody ? longestWholeBody
+                                          : BodyPieces::largest;
 }
 
 /// The part of the idle limit after which movement is looked at again.
@@ -212,6 +218,8 @@ private:
         set(CURLOPT_HEADERDATA, this);
         set(CURLOPT_WRITEFUNCTION, &Exchange::receive);
         set(CURLOPT_WRITEDATA, this);
+        set(CURLOPT_READFUNCTION, &Exchange::send);
+        set(CURLOPT_READDATA, this);
         set(CURLOPT_XFERINFOFUNCTION, &Exchange::advance);
         set(CURLOPT_XFERINFODATA, this);
         set(CURLOPT_PREREQFUNCTION, &Exchange::beginRequest);
@@ -240,17 +248,27 @@ private:
         set(CURLOPT_URL, request.url.text().c_str());
         set(CURLOPT_FRESH_CONNECT, 0L);
         if (request.method == "POST") {
+            set(CURLOPT_POST, 1L);
             set(CURLOPT_CUSTOMREQUEST, nullptr);
-            // The bytes stay ours: libcurl reads them piece by piece.
-            const auto bytes = request.body.characters();
-            set(CURLOPT_POSTFIELDS, bytes.empty() ? "" : bytes.data());
-            set(CURLOPT_POSTFIELDSIZE_LARGE, static_cast<curl_off_t>(bytes.size()));
-            set(CURLOPT_UPLOAD_BUFFERSIZE, static_cast<long>(pieceOf(bytes.size())));
+            setBody(request.body.characters());
         } else {
             set(CURLOPT_HTTPGET, 1L);
             set(CURLOPT_CUSTOMREQUEST, request.method.c_str());
         }
         setHeaders(request.headers);
+    }
+
+    /// The bytes stay ours: libcurl reads them, at once or piece by piece.
+    void setBody(std::string_view bytes) {
+        const bool isWhole = bytes.size() <= longestWholeBody;
+        const char* whole = bytes.empty() ? "" : bytes.data();
+        set(CURLOPT_POSTFIELDS, isWhole ? whole : nullptr);
+        set(CURLOPT_POSTFIELDSIZE_LARGE, static_cast<curl_off_t>(bytes.size()));
+        pieces_.restart(bytes);
+        const auto bufferSize = sendBufferFor(bytes.size());
+        if (std::exchange(sendBufferSize_, bufferSize) != bufferSize) {
+            set(CURLOPT_UPLOAD_BUFFERSIZE, static_cast<long>(bufferSize));
+        }
     }
 
     void setHeaders(const HeaderFields& fields) {
@@ -331,6 +349,11 @@ private:
         return count;
     }
 
+    static std::size_t send(char* to, std::size_t, std::size_t room, void* self) {
+        const auto piece = static_cast<Exchange*>(self)->pieces_.next(room, Clock::now());
+        return piece.copy(to, piece.size());
+    }
+
     static int advance(void* self, curl_off_t, curl_off_t, curl_off_t, curl_off_t sent) {
         auto& exchange = *static_cast<Exchange*>(self);
         if (std::exchange(exchange.sent_, sent) != sent && exchange.transfer_->progress) {
@@ -371,6 +394,8 @@ private:
     curl_slist* connectTo_ = nullptr;
     std::array<char, CURL_ERROR_SIZE> errorText_{};
     HeaderLines headerLines_;
+    BodyPieces pieces_;
+    std::size_t sendBufferSize_ = 0;
     IdleWatch idleWatch_;
 
     std::unique_ptr<Transfer> transfer_;

@@ -136,6 +136,7 @@ void Progress::finish() {
 
 void Progress::addChild(const std::shared_ptr<Progress>& child, std::uint64_t pendingUnitCount) {
     std::uint64_t number = 0;
+    double fraction = 0;
     {
         const std::scoped_lock lock(state_->mutex, child->state_->mutex);
         if (std::exchange(child->state_->hasParent, true)) {
@@ -145,8 +146,11 @@ void Progress::addChild(const std::shared_ptr<Progress>& child, std::uint64_t pe
         state_->activeChildren.emplace(number, Child{.pendingUnitCount = pendingUnitCount});
         child->state_->parent = weak_from_this();
         child->state_->numberInParent = number;
+        fraction = child->state_->fraction();
     }
-    childChanged(number, child->fractionCompleted());
+    if (fraction > 0) {
+        childChanged(number, fraction);
+    }
 }
 
 void Progress::childChanged(std::uint64_t childNumber, double fraction) {
@@ -178,9 +182,13 @@ ProgressObservation Progress::observe(Handler handler) const {
     return ProgressObservation(std::move(observer));
 }
 
+/// Tells the observers and the parent of a change: without the lock, since either may come back.
 template <class Change>
 void Progress::change(const Change& apply) {
     double fraction = 0;
+    std::vector<std::weak_ptr<ProgressObservation::Observer>> observers;
+    std::shared_ptr<Progress> parent;
+    std::uint64_t number = 0;
     {
         const std::scoped_lock lock(state_->mutex);
         const double before = state_->fraction();
@@ -189,17 +197,6 @@ void Progress::change(const Change& apply) {
         if (fraction == before) {
             return;
         }
-    }
-    announce(fraction);
-}
-
-/// Tells the observers and the parent; without the lock, since either may come back here.
-void Progress::announce(double fraction) {
-    std::vector<std::weak_ptr<ProgressObservation::Observer>> observers;
-    std::shared_ptr<Progress> parent;
-    std::uint64_t number = 0;
-    {
-        const std::scoped_lock lock(state_->mutex);
         observers = state_->observers;
         parent = state_->parent.lock();
         number = state_->numberInParent;

@@ -79,7 +79,6 @@ private:
     void childChanged(std::uint64_t childNumber, double fraction);
     template <class Change>
     void change(const Change& apply);
-    void announce(double fraction);
 
     std::unique_ptr<State> state_;
 };

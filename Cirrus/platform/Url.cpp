@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <array>
+#include <initializer_list>
 
 #include "Cirrus/platform/UrlBuilder.h"
 
@@ -69,23 +70,28 @@ bool equalsIgnoringCase(std::string_view text, std::string_view lowerCase) {
     });
 }
 
+constexpr std::array<bool, 256> setOf(std::initializer_list<std::string_view> characters) {
+    std::array<bool, 256> set{};
+    for (const auto some : characters) {
+        std::ranges::for_each(some, [&](unsigned char byte) { set.at(byte) = true; });
+    }
+    return set;
+}
+
 /// Whether the text obviously is a URL, as nearly all are that a service names. What is left takes
 /// a parser to tell.
 bool isPlainHttps(std::string_view text) {
     constexpr std::string_view start = "https://";
-    constexpr std::string_view hostCharacters = "abcdefghijklmnopqrstuvwxyz0123456789-.";
-    static constexpr auto characters = [] {
-        std::array<bool, 256> set{};
-        for (const auto allowed : {unreserved, pathCharacters, std::string_view("?")}) {
-            std::ranges::for_each(allowed, [&](unsigned char byte) { set.at(byte) = true; });
-        }
-        return set;
-    }();
-    const auto endOfHost = text.find_first_not_of(hostCharacters, start.size());
-    return text.starts_with(start) && endOfHost != start.size() && endOfHost < text.size() &&
-           text[endOfHost] == '/' &&
-           std::ranges::all_of(
-               text.substr(endOfHost), [](unsigned char byte) { return characters[byte]; });
+    static constexpr auto inHost = setOf({"abcdefghijklmnopqrstuvwxyz0123456789-."});
+    static constexpr auto afterHost = setOf({unreserved, pathCharacters, "?"});
+    if (!text.starts_with(start)) {
+        return false;
+    }
+    const auto rest = text.substr(start.size());
+    const auto* const endOfHost =
+        std::ranges::find_if_not(rest, [](unsigned char byte) { return inHost[byte]; });
+    return endOfHost != rest.begin() && endOfHost != rest.end() && *endOfHost == '/' &&
+           std::all_of(endOfHost, rest.end(), [](unsigned char byte) { return afterHost[byte]; });
 }
 
 } // namespace
@@ -119,7 +125,10 @@ bool UrlBuilder::isHttps(const Url& url) {
         return false;
     }
     const auto rest = text.substr(start.size());
-    const auto authority = rest.substr(0, rest.find_first_of("/?#"));
+    const auto isEnd = [](char character) {
+        return character == '/' || character == '?' || character == '#';
+    };
+    const std::string_view authority(rest.begin(), std::ranges::find_if(rest, isEnd));
     const auto host = authority.substr(authority.find('@') + 1);
     return !host.empty() && host.front() != ':';
 }
