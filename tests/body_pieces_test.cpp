@@ -32,9 +32,8 @@ protected:
 TEST_F(BodyPiecesTest, GrowOnAFastLineAndShrinkAtOnceOnASlowOne) {
     begin();
     const std::vector<std::pair<BodyPieces::Clock::duration, std::size_t>> rows{
-        {1h, 64},    {1us, 128}, {0us, 256},   {1ms, 512}, {1us, 512}, {1ms, 512},
-        {4ms, 256},  {2ms, 256}, {32ms, 16},   {24h, 16},  {2ms, 16},  {1ms, 32},
-        {1500us, 42}};
+        {1h, 64},   {1us, 128}, {0us, 256}, {1ms, 512}, {1us, 512}, {1ms, 512},  {4ms, 256},
+        {2ms, 256}, {32ms, 16}, {24h, 16},  {2ms, 16},  {1ms, 32},  {1500us, 42}};
     for (const auto& [took, size] : rows) {
         EXPECT_EQ(after(took), size) << took.count();
     }
@@ -57,7 +56,8 @@ TEST_F(BodyPiecesTest, MakeUpTheBodyWithinTheLimit) {
     pieces_.restart(text);
     std::string dealt;
     std::size_t limit = 1;
-    for (auto piece = pieces_.next(limit, now_); !piece.empty(); piece = pieces_.next(limit, now_)) {
+    for (auto piece = pieces_.next(limit, now_); !piece.empty();
+         piece = pieces_.next(limit, now_)) {
         EXPECT_LE(piece.size(), limit);
         dealt += piece;
         limit = limit * 7 % (100 * KiB) + 1;

@@ -41,9 +41,9 @@ private:
     void adapt(Clock::duration took) {
         constexpr std::chrono::duration<double> wanted(0.002);
         const double factor = wanted / std::max(took, Clock::duration(1));
-        size_ = std::clamp(static_cast<std::size_t>(static_cast<double>(size_) *
-                                                    std::min(factor, 2.0)),
-                           smallest, largest);
+        size_ =
+            std::clamp(static_cast<std::size_t>(static_cast<double>(size_) * std::min(factor, 2.0)),
+                       smallest, largest);
     }
 
     std::size_t size_ = 4 * smallest;

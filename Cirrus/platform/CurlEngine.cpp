@@ -30,6 +30,9 @@ constexpr std::size_t longestAnswer = std::size_t{8} * 1024 * 1024;
 /// Longest idleness in which a kept connection is used again. Servers close theirs after longer.
 constexpr long longestReuse = 15;
 
+/// Seconds for which the address of a name is used again for new connections.
+constexpr long longestNameReuse = 60;
+
 /// libcurl's own limit falls with the number of requests on their way, so that it would close the
 /// connections of jobs that are between two requests.
 constexpr long mostKeptConnections = 1024;
@@ -40,15 +43,6 @@ constexpr std::size_t mostSpareExchanges = 16;
 /// The longest body that libcurl takes whole, as nearly all requests have it, and sends right after
 /// the header.
 constexpr std::size_t longestWholeBody = std::size_t{64} * 1024;
-
-/// How much of a body libcurl can hold to send it. Few sizes, since it takes new memory whenever
-/// this changes.
-std::size_t sendBufferFor(std::size_t bodySize) {
-    constexpr std::size_t KiB = 1024;
-    return bodySize <= 16 * KiB           ? 16 * KiB
-           : bodySize <= longestWholeBody ? longestWholeBody
-                                          : BodyPieces::largest;
-}
 
 /// The part of the idle limit after which movement is looked at again.
 constexpr int looksPerLimit = 80;
@@ -175,7 +169,7 @@ public:
             return false;
         }
         isConnectionStale_ = false;
-        set(CURLOPT_FRESH_CONNECT, 1L);
+        prepareToConnect(true);
         return true;
     }
 
@@ -246,7 +240,7 @@ private:
     void setRequest() {
         const auto& request = transfer_->request;
         set(CURLOPT_URL, request.url.text().c_str());
-        set(CURLOPT_FRESH_CONNECT, 0L);
+        prepareToConnect(false);
         if (request.method == "POST") {
             set(CURLOPT_POST, 1L);
             set(CURLOPT_CUSTOMREQUEST, nullptr);
@@ -258,6 +252,11 @@ private:
         setHeaders(request.headers);
     }
 
+    void prepareToConnect(bool isNewConnectionNeeded) {
+        set(CURLOPT_FRESH_CONNECT, isNewConnectionNeeded ? 1L : 0L);
+        set(CURLOPT_DNS_CACHE_TIMEOUT, longestNameReuse);
+    }
+
     /// The bytes stay ours: libcurl reads them, at once or piece by piece.
     void setBody(std::string_view bytes) {
         const bool isWhole = bytes.size() <= longestWholeBody;
@@ -265,10 +264,8 @@ private:
         set(CURLOPT_POSTFIELDS, isWhole ? whole : nullptr);
         set(CURLOPT_POSTFIELDSIZE_LARGE, static_cast<curl_off_t>(bytes.size()));
         pieces_.restart(bytes);
-        const auto bufferSize = sendBufferFor(bytes.size());
-        if (std::exchange(sendBufferSize_, bufferSize) != bufferSize) {
-            set(CURLOPT_UPLOAD_BUFFERSIZE, static_cast<long>(bufferSize));
-        }
+        const auto room = std::clamp(bytes.size(), BodyPieces::smallest, BodyPieces::largest);
+        set(CURLOPT_UPLOAD_BUFFERSIZE, static_cast<long>(room));
     }
 
     void setHeaders(const HeaderFields& fields) {
@@ -367,6 +364,8 @@ private:
         if (exchange.refusesSecondRequest()) {
             return CURL_PREREQFUNC_ABORT;
         }
+        // Connected: libcurl need not go through its whole table of names after the request.
+        exchange.set(CURLOPT_DNS_CACHE_TIMEOUT, -1L);
         exchange.isConnectionStale_ = exchange.isStale(localPort);
         exchange.hasBegun_ = !exchange.isConnectionStale_;
         return exchange.hasBegun_ ? CURL_PREREQFUNC_OK : CURL_PREREQFUNC_ABORT;
@@ -395,7 +394,6 @@ private:
     std::array<char, CURL_ERROR_SIZE> errorText_{};
     HeaderLines headerLines_;
     BodyPieces pieces_;
-    std::size_t sendBufferSize_ = 0;
     IdleWatch idleWatch_;
 
     std::unique_ptr<Transfer> transfer_;
@@ -538,11 +536,12 @@ private:
     void end(CURL* easy, CURLcode code) {
         curl_multi_remove_handle(multi_, easy);
         tellProgress();
-        if (Exchange::of(easy)->beginsAnew()) {
+        auto& ending = *Exchange::of(easy);
+        if (ending.beginsAnew()) {
             curl_multi_add_handle(multi_, easy);
             return;
         }
-        auto exchange = takeOut(*Exchange::of(easy));
+        auto exchange = takeOut(ending);
         ended_.push_back(exchange->end(code));
         // Not after a failure: what that leaves behind in libcurl is nothing to build on.
         if (code == CURLE_OK && spare_.size() < mostSpareExchanges) {
