@@ -40,8 +40,8 @@ constexpr long mostKeptConnections = 1024;
 /// The most exchanges that are kept for transfers to come; each holds about 20 KiB.
 constexpr std::size_t mostSpareExchanges = 16;
 
-/// The longest body that libcurl takes whole, as nearly all requests have it, and sends right after
-/// the header.
+/// Bodies up to this, as nearly all requests have them, go to libcurl whole: it sends them together
+/// with the header.
 constexpr std::size_t longestWholeBody = std::size_t{64} * 1024;
 
 /// The part of the idle limit after which movement is looked at again.
