@@ -163,6 +163,21 @@ TEST_F(UrlSessionTest, NamesTheReasonWhenThereIsNoAnswer) {
     EXPECT_EQ(attempt(), "timedOut");
 }
 
+TEST_F(UrlSessionTest, SendsNoBodyAgainThatAKeptConnectionHasLost) {
+    for (const std::size_t size : {0, 65'536, 65'537, 3'000'000}) {
+        SCOPED_TRACE(size);
+        answerWith({.body = ""});
+        EXPECT_EQ(attempt(), "200");
+        answerWith(emulator::hangUp(Ending::close));
+        const auto outcome = perform(request(drive, {}, std::string(size, 'x')));
+        ASSERT_TRUE(outcome.error);
+        EXPECT_TRUE(outcome.error->diagnosticText().ends_with(
+            "The connection was lost before the answer)"))
+            << outcome.error->diagnosticText();
+    }
+    EXPECT_EQ(emulator_.snapshot().connectionsAccepted, 4U);
+}
+
 TEST_F(UrlSessionTest, CompletesOnOneThreadOfItsOwnWithAllSignalsBlocked) {
     const auto threadOfCompletion = [](std::string_view url) {
         Awaited<std::thread::id> thread;

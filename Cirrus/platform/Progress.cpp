@@ -182,7 +182,8 @@ ProgressObservation Progress::observe(Handler handler) const {
     return ProgressObservation(std::move(observer));
 }
 
-/// Tells the observers and the parent of a change: without the lock, since either may come back.
+/// Tells the observers and the parent if the fraction has changed: without the lock, since either
+/// may come back here.
 template <class Change>
 void Progress::change(const Change& apply) {
     double fraction = 0;
