@@ -164,15 +164,15 @@ TEST_F(UrlSessionTest, NamesTheReasonWhenThereIsNoAnswer) {
 }
 
 TEST_F(UrlSessionTest, SendsNoBodyAgainThatAKeptConnectionHasLost) {
-    for (const std::size_t size : {0, 65'536, 65'537, 3'000'000}) {
+    for (const std::size_t size : {0UZ, 65'536UZ, 65'537UZ, 3'000'000UZ}) {
         SCOPED_TRACE(size);
         answerWith({.body = ""});
         EXPECT_EQ(attempt(), "200");
         answerWith(emulator::hangUp(Ending::close));
         const auto outcome = perform(request(drive, {}, std::string(size, 'x')));
         ASSERT_TRUE(outcome.error);
-        EXPECT_TRUE(outcome.error->diagnosticText().ends_with(
-            "The connection was lost before the answer)"))
+        EXPECT_TRUE(
+            outcome.error->diagnosticText().ends_with("The connection was lost before the answer)"))
             << outcome.error->diagnosticText();
     }
     EXPECT_EQ(emulator_.snapshot().connectionsAccepted, 4U);
