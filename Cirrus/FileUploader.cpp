@@ -80,12 +80,12 @@ void FileUploader::upload(const SharedItem& item, ItemCompletion completion) {
             }
             unitLog.detail(name, "Finished creating upload URL, proceeding to upload content...");
             if (const auto self = uploader.lock()) {
-                self->uploadContent(*item, *result, std::move(completion));
+                self->uploadContent(*item, *std::move(result), std::move(completion));
             }
         });
 }
 
-void FileUploader::uploadContent(const Item& item, const Url& to, ItemCompletion completion) {
+void FileUploader::uploadContent(const Item& item, Url to, ItemCompletion completion) {
     constexpr auto name = "uploadContent(of:to:completion:)";
     unitLog.detail(name);
     auto data = reader_.read(item.url);
@@ -98,7 +98,7 @@ void FileUploader::uploadContent(const Item& item, const Url& to, ItemCompletion
         return;
     }
     webservice_->upload(
-        *std::move(data), to,
+        *std::move(data), std::move(to),
         [uploader = weak_from_this()](const std::shared_ptr<Progress>& progress) {
             if (const auto self = uploader.lock()) {
                 self->progress_->addChild(progress, unitsPerFile);

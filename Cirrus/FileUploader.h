@@ -95,7 +95,7 @@ private:
 
     void uploadNextItem();
     void upload(const SharedItem& item, ItemCompletion completion);
-    void uploadContent(const Item& item, const Url& to, ItemCompletion completion);
+    void uploadContent(const Item& item, Url to, ItemCompletion completion);
     static void itemDidEnd(const std::weak_ptr<FileUploader>& uploader, const SharedItem& item,
                            const Result<File, Error>& result);
     void finish();

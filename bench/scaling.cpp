@@ -35,7 +35,7 @@ public:
         answer(std::move(completion), *file_.webLink);
     }
 
-    void upload(Data, const Url&, ProgressCallback progress, Completion<File> completion) override {
+    void upload(Data, Url, ProgressCallback progress, Completion<File> completion) override {
         auto transfer = Progress::create(4);
         progress(transfer);
         answers_.post([this, transfer, completion = std::move(completion)]() mutable {

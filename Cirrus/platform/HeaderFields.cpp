@@ -65,12 +65,15 @@ void AnswerHead::take(std::string_view line) {
 
 void AnswerHead::takeField(std::string_view line) {
     auto& fields = fields_.fields_;
-    const bool isContinuation = line.starts_with(' ') || line.starts_with('\t');
+    if (line.starts_with(' ') || line.starts_with('\t')) {
+        const auto text = trimmed(line);
+        if (!fields.empty() && !text.empty()) {
+            fields.back().second.append(" ").append(text);
+        }
+        return;
+    }
     const auto colon = line.find(':');
-    const auto text = trimmed(line);
-    if (isContinuation && !fields.empty() && !text.empty()) {
-        fields.back().second.append(" ").append(text);
-    } else if (!isContinuation && colon != std::string_view::npos) {
+    if (colon != std::string_view::npos) {
         fields.emplace_back(trimmed(line.substr(0, colon)), trimmed(line.substr(colon + 1)));
     }
 }

@@ -90,9 +90,10 @@ void GoogleWebservice::createUploadUrl(const std::string& name, std::int64_t fil
     });
 }
 
-void GoogleWebservice::upload(Data data, const Url& to, ProgressCallback progress,
+void GoogleWebservice::upload(Data data, Url to, ProgressCallback progress,
                               Completion<File> completion) {
-    auto request = makeRequest(RequestUrlType::url(to), "POST", std::nullopt, std::nullopt);
+    auto request =
+        makeRequest(RequestUrlType::url(std::move(to)), "POST", std::nullopt, std::nullopt);
     request.headers.add("Content-Length", std::to_string(data.size()));
     request.body = std::move(data);
     performForRecord<File>(std::move(request), std::move(progress), std::move(completion));

@@ -27,8 +27,7 @@ public:
                          Completion<File> completion) override;
     void createUploadUrl(const std::string& name, std::int64_t filesize,
                          const std::string& parentIdentifier, Completion<Url> completion) override;
-    void upload(Data data, const Url& to, ProgressCallback progress,
-                Completion<File> completion) override;
+    void upload(Data data, Url to, ProgressCallback progress, Completion<File> completion) override;
     void createPermission(const std::string& fileIdentifier, const std::string& role,
                           const std::string& type, const std::optional<std::string>& email,
                           const std::optional<std::string>& emailMessage,

@@ -52,7 +52,7 @@ public:
 
     /// Sends a file's whole content to its session, in one request. The bytes are let go before
     /// the completion runs. `progress` may be empty.
-    virtual void upload(Data data, const Url& to, ProgressCallback progress,
+    virtual void upload(Data data, Url to, ProgressCallback progress,
                         Completion<File> completion) = 0;
 
     /// Grants a permission on a file or folder. The expiration is sent in the system's time zone,

@@ -38,8 +38,7 @@ public:
         receive(Step::session, Url::parse("https://session").value(), std::move(completion));
     }
 
-    void upload(Data data, const Url&, ProgressCallback tell,
-                Completion<File> completion) override {
+    void upload(Data data, Url, ProgressCallback tell, Completion<File> completion) override {
         const auto progress = Progress::create(data.size());
         tell(progress);
         receive(Step::content, File(), std::move(completion), progress);
