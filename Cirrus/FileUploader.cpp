@@ -26,13 +26,13 @@ std::string FileUploader::Error::diagnosticText() const {
     return "missingFilesize";
 }
 
-FileUploader::FileUploader(const std::vector<std::filesystem::path>& files,
-                           std::shared_ptr<Webservice> webservice, std::string parentIdentifier)
+FileUploader::FileUploader(const Files& files, std::shared_ptr<Webservice> webservice,
+                           std::string parentIdentifier)
     : parentIdentifier_(std::move(parentIdentifier)),
       webservice_(std::move(webservice)),
-      progress_(Progress::create(files.size() * unitsPerFile)) {
-    for (const auto& file : files) {
-        pendingItems_.push_back(std::make_shared<const Item>(file, fileSize(file).value_or(0)));
+      progress_(Progress::create(files->size() * unitsPerFile)) {
+    for (const auto& file : *files) {
+        pendingItems_.push_back({.url = {files, &file}, .filesize = fileSize(file).value_or(0)});
     }
 }
 
@@ -66,11 +66,11 @@ void FileUploader::uploadNextItem() {
     });
 }
 
-void FileUploader::upload(const SharedItem& item, ItemCompletion completion) {
+void FileUploader::upload(const Item& item, ItemCompletion completion) {
     constexpr auto name = "upload(_:completion:)";
     unitLog.detail(name);
     webservice_->createUploadUrl(
-        lastPathComponent(item->url), static_cast<std::int64_t>(item->filesize), parentIdentifier_,
+        lastPathComponent(*item.url), static_cast<std::int64_t>(item.filesize), parentIdentifier_,
         [uploader = weak_from_this(), item,
          completion = std::move(completion)](Result<Url, WebserviceError> result) mutable {
             if (!result) {
@@ -80,7 +80,7 @@ void FileUploader::upload(const SharedItem& item, ItemCompletion completion) {
             }
             unitLog.detail(name, "Finished creating upload URL, proceeding to upload content...");
             if (const auto self = uploader.lock()) {
-                self->uploadContent(*item, *std::move(result), std::move(completion));
+                self->uploadContent(item, *std::move(result), std::move(completion));
             }
         });
 }
@@ -88,9 +88,9 @@ void FileUploader::upload(const SharedItem& item, ItemCompletion completion) {
 void FileUploader::uploadContent(const Item& item, Url to, ItemCompletion completion) {
     constexpr auto name = "uploadContent(of:to:completion:)";
     unitLog.detail(name);
-    auto data = reader_.read(item.url);
+    auto data = reader_.read(*item.url);
     if (!data) {
-        unitLog.failure(name, "Could not read contents of file ", item.url,
+        unitLog.failure(name, "Could not read contents of file ", *item.url,
                         ", error: ", data.error());
         MainQueue::post([completion = std::move(completion)]() mutable {
             completion(std::unexpected(Error::missingFile()));
@@ -116,7 +116,7 @@ void FileUploader::uploadContent(const Item& item, Url to, ItemCompletion comple
 }
 
 /// Records the outcome of the file in flight and goes on. The uploader may go away at any moment.
-void FileUploader::itemDidEnd(const std::weak_ptr<FileUploader>& uploader, const SharedItem& item,
+void FileUploader::itemDidEnd(const std::weak_ptr<FileUploader>& uploader, const Item& item,
                               const Result<File, Error>& result) {
     if (const auto self = uploader.lock()) {
         self->pendingItems_.pop_front();

@@ -65,9 +65,11 @@ public:
 
     using CompletionHandler = std::move_only_function<void(Result<void, Error>)>;
 
+    using Files = std::shared_ptr<const std::vector<std::filesystem::path>>;
+
     /// Reads each file's size; a file that is missing or unreadable is kept and tried all the same.
-    FileUploader(const std::vector<std::filesystem::path>& files,
-                 std::shared_ptr<Webservice> webservice, std::string parentIdentifier);
+    FileUploader(const Files& files, std::shared_ptr<Webservice> webservice,
+                 std::string parentIdentifier);
 
     /// Starts with the first file. The handler is called at most once, on the thread of the last
     /// step: before this returns when there is no file, never once cancelled.
@@ -83,20 +85,21 @@ public:
 
 private:
     struct Item {
-        std::filesystem::path url;
+        /// One of the files, all of which it keeps: the uploader or the step may end first.
+        std::shared_ptr<const std::filesystem::path> url;
         std::uint64_t filesize = 0;
 
-        friend bool operator==(const Item&, const Item&) = default;
+        friend bool operator==(const Item& left, const Item& right) {
+            return *left.url == *right.url && left.filesize == right.filesize;
+        }
     };
 
-    /// Of the uploader and of the step that is under way, either of which may end first.
-    using SharedItem = std::shared_ptr<const Item>;
     using ItemCompletion = std::move_only_function<void(Result<File, Error>)>;
 
     void uploadNextItem();
-    void upload(const SharedItem& item, ItemCompletion completion);
+    void upload(const Item& item, ItemCompletion completion);
     void uploadContent(const Item& item, Url to, ItemCompletion completion);
-    static void itemDidEnd(const std::weak_ptr<FileUploader>& uploader, const SharedItem& item,
+    static void itemDidEnd(const std::weak_ptr<FileUploader>& uploader, const Item& item,
                            const Result<File, Error>& result);
     void finish();
 
@@ -105,9 +108,9 @@ private:
     const std::shared_ptr<Progress> progress_;
     // Only one step runs at a time, so that none of these needs a lock.
     FileReader reader_;
-    std::deque<SharedItem> pendingItems_;
-    std::vector<SharedItem> finishedItems_;
-    std::vector<SharedItem> failedItems_;
+    std::deque<Item> pendingItems_;
+    std::vector<Item> finishedItems_;
+    std::vector<Item> failedItems_;
     std::atomic<bool> isCancelled_ = false;
     CompletionHandler completionHandler_;
 };

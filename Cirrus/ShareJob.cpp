@@ -19,7 +19,9 @@ ShareController::Error underlying(auto error) {
 } // namespace
 
 ShareJob::ShareJob(Context context, std::shared_ptr<Webservice> webservice)
-    : context_(std::move(context)), webservice_(std::move(webservice)) {}
+    : files_(std::make_shared<const std::vector<std::filesystem::path>>(std::move(context.files_))),
+      context_(std::move(context)),
+      webservice_(std::move(webservice)) {}
 
 ShareJob::~ShareJob() {
     // A step that was just running may hold the last reference. What the host put into its
@@ -121,7 +123,7 @@ void ShareJob::createDestinationDirectory(const std::string& parentIdentifier) {
 void ShareJob::prepareFileUpload(const std::string& parentIdentifier) {
     constexpr auto name = "prepareFileUpload(parentIdentifier:)";
     unitLog.detail(name);
-    auto uploader = std::make_shared<FileUploader>(context_.files_, webservice_, parentIdentifier);
+    auto uploader = std::make_shared<FileUploader>(files_, webservice_, parentIdentifier);
     uploader->upload(
         [job = weak_from_this(), parentIdentifier](Result<void, FileUploader::Error> result) {
             if (result) {

@@ -46,7 +46,8 @@ private:
     void deliver(Result<Url, Error> result);
     void reset();
 
-    const Context context_;
+    const FileUploader::Files files_;
+    const Context context_; ///< but for its files
     const std::shared_ptr<Webservice> webservice_;
     std::atomic<bool> isCancelled_ = false;
 

@@ -95,7 +95,8 @@ TEST(ShareCancel, FromInsideTheCompletionIsHarmless) {
 
 std::shared_ptr<FileUploader> makeUploader(Host& host) {
     return std::make_shared<FileUploader>(
-        std::vector{host.folder().write("one", "first"), host.folder().write("two", "second")},
+        std::make_shared<const std::vector<std::filesystem::path>>(
+            std::vector{host.folder().write("one", "first"), host.folder().write("two", "second")}),
         std::make_shared<GoogleWebservice>(host.drive().accessToken()), "root");
 }
 
