@@ -10,17 +10,17 @@ JsonValue::Object errorDetail(const std::string& reason, const std::string& mess
                               const ErrorLocation& location) {
     JsonValue::Object detail{{"domain", "global"}, {"reason", reason}, {"message", message}};
     if (!location.name.empty()) {
-        detail["locationType"] = location.type;
-        detail["location"] = location.name;
+        detail.emplace_back("locationType", location.type);
+        detail.emplace_back("location", location.name);
     }
     return detail;
 }
 
 JsonValue envelope(unsigned status, const std::string& message, JsonValue::Object detail,
                    JsonValue::Object extra) {
-    extra["code"] = static_cast<int>(status);
-    extra["message"] = message;
-    extra["errors"] = JsonValue::Array{std::move(detail)};
+    extra.emplace_back("code", static_cast<int>(status));
+    extra.emplace_back("message", message);
+    extra.emplace_back("errors", JsonValue::Array{std::move(detail)});
     return JsonValue::Object{{"error", std::move(extra)}};
 }
 

@@ -31,14 +31,17 @@ JsonValue::Object everyMember(const File& file) {
                               {"mimeType", file.mimeType},
                               {"parents", std::move(parents)}};
     if (file.isFolder()) {
-        members["webViewLink"] = "https://drive.google.com/drive/folders/" + file.id;
+        members.emplace_back("webViewLink", "https://drive.google.com/drive/folders/" + file.id);
         return members;
     }
-    members["webViewLink"] = "https://drive.google.com/file/d/" + file.id + "/view?usp=drivesdk";
-    members["webContentLink"] = "https://drive.google.com/uc?id=" + file.id + "&export=download";
-    members["size"] = std::to_string(file.content.size); // Drive writes 64-bit numbers as text
+    members.emplace_back("webViewLink",
+                         "https://drive.google.com/file/d/" + file.id + "/view?usp=drivesdk");
+    members.emplace_back("webContentLink",
+                         "https://drive.google.com/uc?id=" + file.id + "&export=download");
+    members.emplace_back("size",
+                         std::to_string(file.content.size)); // Drive writes 64-bit numbers as text
     if (!file.content.sha256.empty()) {
-        members["sha256Checksum"] = file.content.sha256;
+        members.emplace_back("sha256Checksum", file.content.sha256);
     }
     return members;
 }

@@ -109,7 +109,7 @@ JsonValue permissionResource(const Permission& permission) {
                               {"type", permission.type},
                               {"role", permission.role}};
     if (permission.type == "anyone") {
-        members["allowFileDiscovery"] = false;
+        members.emplace_back("allowFileDiscovery", false);
     }
     return members;
 }

@@ -88,8 +88,8 @@ TEST_F(DriveApiTest, FieldSelectorsChooseMembers) {
     const std::string file = "/drive/v3/files/" + add("file") + "?fields=";
     const std::string folder = "/drive/v3/files/" + add("Box", folderMimeType) + "?fields=";
     const Rows table{{file + "id,%20size+", "id,size,"},
-                     {file + "webViewLink,webContentLink", "webContentLink,webViewLink,"},
-                     {folder + "*", "id,kind,mimeType,name,parents,webViewLink,"},
+                     {file + "webViewLink,webContentLink", "webViewLink,webContentLink,"},
+                     {folder + "*", "kind,id,name,mimeType,parents,webViewLink,"},
                      {file + "id,,name", "error,"}};
     for (const auto& [target, expected] : table) {
         std::string members;

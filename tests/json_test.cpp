@@ -9,8 +9,9 @@ namespace {
 
 TEST(Json, RefusesWhatIsNotExactlyOneShallowValue) {
     constexpr std::size_t million = 1'000'000;
-    for (const std::string text : {"", " ", "{", "{} {}", "[1,]", "tru", "'a'", "01", "\"\xff\"",
-                                   "\"\xed\xa0\x80\"", "\"\t\""}) {
+    for (const std::string text :
+         {"", " ", "{", "{} {}", "[1,]", "tru", "'a'", "01", "\"\xff\"", "\"\xed\xa0\x80\"",
+          "\"\t\"", "\"\\ud800\"", "1e999", "-1e999", "{\"a\":1,}"}) {
         EXPECT_FALSE(parseJson(text)) << text;
     }
     EXPECT_FALSE(parseJson(std::string(million, '[')));
@@ -23,11 +24,14 @@ TEST(Json, ReadsWhatItWrites) {
     const JsonValue value = JsonValue::Object{
         {"\"quoted\\\"", "line\nbreak \x01 é 😀"},
         {"", JsonValue::Array{nullptr, false, std::numeric_limits<std::int64_t>::min(),
-                              std::numeric_limits<std::uint64_t>::max(), 0.1}},
+                              std::numeric_limits<std::uint64_t>::max(), 0.1,
+                              1.7976931348623157e308, 5e-324}},
         {"empty", JsonValue::Object{}}};
     EXPECT_EQ(parseJson(writeJson(value).value()).value(), value);
     EXPECT_EQ(parseJson(R"( {"a":1,"b":"\u00e9\n","a":[-2.5,true]} )").value(),
-              (JsonValue::Object{{"a", JsonValue::Array{-2.5, true}}, {"b", "é\n"}}));
+              (JsonValue::Object{{"a", 1}, {"b", "é\n"}, {"a", JsonValue::Array{-2.5, true}}}));
+    EXPECT_EQ(parseJson("1e-999").value(), JsonValue(0.0));
+    EXPECT_EQ(*parseJson(R"({"a":1,"b":2,"a":3})").value().member("a"), JsonValue(3));
 }
 
 TEST(Json, WritesNoTextThatIsNotUtf8) {

@@ -19,9 +19,9 @@ JsonValue json(std::string_view text) {
 /// The object with another value for one key, or without the key.
 JsonValue changed(std::string_view object, const std::string& key, std::optional<JsonValue> value) {
     auto members = *json(object).as<JsonValue::Object>();
-    members.erase(key);
+    std::erase_if(members, [&key](const auto& member) { return member.first == key; });
     if (value) {
-        members.emplace(key, *std::move(value));
+        members.emplace_back(key, *std::move(value));
     }
     return members;
 }

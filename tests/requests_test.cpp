@@ -99,8 +99,8 @@ TEST_F(RequestsTest, PutEachPartOfAPermissionWhereItBelongs) {
     ::unsetenv("TZ");
     expectRequest(line, Members{{"role", "reader"},
                                 {"type", "user"},
-                                {"emailAddress", "a@b.example"},
-                                {"expirationTime", "2035-07-05T14:00:00+0200"}});
+                                {"expirationTime", "2035-07-05T14:00:00+0200"},
+                                {"emailAddress", "a@b.example"}});
     grant(std::nullopt, "", std::nullopt);
     expectRequest(line + " emailMessage=", Members{{"role", "reader"}, {"type", "user"}});
 }

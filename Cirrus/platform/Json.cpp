@@ -1,65 +1,98 @@
 #include "Cirrus/platform/Json.h"
 
-#include <nlohmann/json.hpp>
+#include <boost/json/basic_parser_impl.hpp>
+#include <boost/json/src.hpp>
 
+#include <algorithm>
+#include <array>
+#include <charconv>
 #include <cmath>
+#include <limits>
 #include <utility>
 
 namespace cirrus {
 
 namespace {
 
+using boost::json::error_code;
+using boost::json::string_view;
+
 constexpr std::size_t deepestNesting = 256;
 
-/// Builds a `JsonValue` from the parser's events, so that no second tree is ever made.
-class TreeBuilder final : public nlohmann::json_sax<nlohmann::json> {
+/// Builds a `JsonValue` from the parser's events, so that no second tree is ever made. The names
+/// are the parser's. It is given the whole text at once, so that numbers and comments come in one
+/// part.
+class TreeBuilder {
 public:
-    bool null() override { return add(nullptr); }
+    static constexpr auto max_array_size = std::numeric_limits<std::size_t>::max();
+    static constexpr auto max_object_size = max_array_size;
+    static constexpr auto max_string_size = max_array_size;
+    static constexpr auto max_key_size = max_array_size;
 
-    bool boolean(bool value) override { return add(value); }
+    static bool on_document_begin(error_code&) { return true; }
 
-    bool number_integer(number_integer_t value) override { return add(std::int64_t{value}); }
+    static bool on_document_end(error_code&) { return true; }
 
-    bool number_unsigned(number_unsigned_t value) override {
-        return std::in_range<std::int64_t>(value) ? add(static_cast<std::int64_t>(value))
-                                                  : add(std::uint64_t{value});
+    bool on_object_begin(error_code&) {
+        JsonValue::Object object;
+        if (open_.empty()) {
+            constexpr std::size_t usualMembers = 4;
+            object.reserve(usualMembers);
+        }
+        return open(std::move(object));
     }
 
-    bool number_float(number_float_t value, const string_t&) override { return add(value); }
+    bool on_object_end(std::size_t, error_code&) { return close(); }
 
-    bool string(string_t& value) override { return add(std::move(value)); }
+    bool on_array_begin(error_code&) { return open(JsonValue::Array{}); }
 
-    bool binary(binary_t&) override { return false; }
+    bool on_array_end(std::size_t, error_code&) { return close(); }
 
-    bool start_object(std::size_t) override { return open(JsonValue::Object{}); }
+    bool on_key_part(string_view part, std::size_t, error_code&) { return extend(key_, part); }
 
-    bool key(string_t& value) override {
-        key_ = std::move(value);
-        return true;
+    bool on_key(string_view rest, std::size_t, error_code&) { return extend(key_, rest); }
+
+    bool on_string_part(string_view part, std::size_t, error_code&) { return extend(text_, part); }
+
+    bool on_string(string_view rest, std::size_t, error_code&) {
+        extend(text_, rest);
+        return add(std::exchange(text_, {}));
     }
 
-    bool end_object() override { return close(); }
+    static bool on_number_part(string_view, error_code&) { return true; }
 
-    bool start_array(std::size_t) override { return open(JsonValue::Array{}); }
+    bool on_int64(std::int64_t value, string_view, error_code&) { return add(value); }
 
-    bool end_array() override { return close(); }
+    bool on_uint64(std::uint64_t value, string_view, error_code&) { return add(value); }
 
-    bool parse_error(std::size_t position, const std::string&,
-                     const nlohmann::detail::exception&) override {
-        reason_ = "not JSON at byte " + std::to_string(position);
-        return false;
+    /// Reads the number again, since the parser's value may be off by a little. That one serves
+    /// when it is too small for a double.
+    bool on_double(double value, string_view text, error_code& error) {
+        const auto read = std::from_chars(text.data(), text.data() + text.size(), value);
+        if (read.ec == std::errc::result_out_of_range && std::abs(value) >= 1) {
+            error = boost::json::error::exponent_overflow;
+            return false;
+        }
+        return add(value);
     }
+
+    bool on_bool(bool value, error_code&) { return add(value); }
+
+    bool on_null(error_code&) { return add(nullptr); }
+
+    static bool on_comment_part(string_view, error_code&) { return true; }
+
+    static bool on_comment(string_view, error_code&) { return true; }
 
     [[nodiscard]] JsonValue takeRoot() { return std::move(root_); }
 
-    [[nodiscard]] JsonError error() const { return {reason_}; }
-
 private:
+    static bool extend(std::string& text, string_view part) {
+        text.append(part.data(), part.size());
+        return true;
+    }
+
     bool open(JsonValue container) {
-        if (open_.size() == deepestNesting) {
-            reason_ = "JSON nested too deeply";
-            return false;
-        }
         open_.push_back(&place(std::move(container)));
         return true;
     }
@@ -83,51 +116,108 @@ private:
             return array->emplace_back(std::move(value));
         }
         auto& object = *open_.back()->as<JsonValue::Object>();
-        return object.insert_or_assign(std::move(key_), std::move(value)).first->second;
+        return object.emplace_back(std::exchange(key_, {}), std::move(value)).second;
     }
 
     JsonValue root_;
     std::vector<JsonValue*> open_; ///< from the root to where the parser is
     std::string key_;
-    std::string reason_;
+    std::string text_;
 };
 
-nlohmann::json toLibrary(const JsonValue& value);
-
-nlohmann::json toLibrary(const JsonValue::Array& array) {
-    auto result = nlohmann::json::array();
-    for (const auto& element : array) {
-        result.push_back(toLibrary(element));
+/// Writes a value, each member and element on a line of its own.
+class PrettyPrinter {
+public:
+    PrettyPrinter() {
+        constexpr std::size_t usualLength = 256;
+        text_.reserve(usualLength);
     }
-    return result;
-}
 
-nlohmann::json toLibrary(const JsonValue::Object& object) {
-    auto result = nlohmann::json::object();
-    for (const auto& [key, member] : object) {
-        result[key] = toLibrary(member);
+    void write(const JsonValue& value) {
+        value.visit([this](const auto& held) { write(held); });
     }
-    return result;
+
+    [[nodiscard]] std::string takeText() { return std::move(text_); }
+
+private:
+    void write(const JsonValue::Array& array) {
+        writeLines('[', array, ']', [this](const JsonValue& element) { write(element); });
+    }
+
+    void write(const JsonValue::Object& object) {
+        writeLines('{', object, '}', [this](const JsonValue::Member& member) {
+            write(member.first);
+            text_ += ": ";
+            write(member.second);
+        });
+    }
+
+    void write(const std::string& text) {
+        serializer_.reset(string_view(text));
+        append();
+    }
+
+    template <class Scalar>
+    void write(Scalar scalar) {
+        const boost::json::value value(scalar);
+        serializer_.reset(&value);
+        append();
+    }
+
+    void append() {
+        while (!serializer_.done()) {
+            const auto piece = serializer_.read(room_.data(), room_.size());
+            text_.append(piece.data(), piece.size());
+        }
+    }
+
+    template <class List, class Write>
+    void writeLines(char begin, const List& list, char end, Write writeOne) {
+        text_ += begin;
+        indent_.append(2, ' ');
+        const char* separator = "";
+        for (const auto& one : list) {
+            text_.append(std::exchange(separator, ",")).append(indent_);
+            writeOne(one);
+        }
+        indent_.resize(indent_.size() - 2);
+        if (!list.empty()) {
+            text_ += indent_;
+        }
+        text_ += end;
+    }
+
+    boost::json::serializer serializer_;
+    std::array<char, 128> room_{};
+    std::string text_;
+    std::string indent_ = "\n";
+};
+
+bool isAscii(std::string_view text) {
+    return std::ranges::all_of(
+        text, [](char character) { return static_cast<unsigned char>(character) < 0x80; });
 }
 
-template <class Scalar>
-nlohmann::json toLibrary(const Scalar& scalar) {
-    return scalar;
-}
-
-nlohmann::json toLibrary(const JsonValue& value) {
-    return value.visit([](const auto& held) { return toLibrary(held); });
+/// Of a value that is const or not.
+auto* memberOf(auto& value, std::string_view key) {
+    auto* object = value.template as<JsonValue::Object>();
+    decltype(&object->back().second) last = nullptr;
+    if (object != nullptr) {
+        for (auto& [name, member] : *object) {
+            last = name == key ? &member : last;
+        }
+    }
+    return last;
 }
 
 } // namespace
 
 const JsonValue* JsonValue::member(std::string_view key) const {
-    const auto* object = as<Object>();
-    if (object == nullptr) {
-        return nullptr;
-    }
-    const auto found = object->find(key);
-    return found != object->end() ? &found->second : nullptr;
+    return memberOf(*this, key);
+}
+
+JsonValue* JsonValue::member(std::string_view key) {
+    return memberOf(*this, key);
 }
 
 std::optional<std::int64_t> JsonValue::wholeNumber() const {
@@ -146,19 +236,29 @@ std::optional<std::int64_t> JsonValue::wholeNumber() const {
 }
 
 Result<JsonValue, JsonError> parseJson(std::string_view text) {
-    TreeBuilder builder;
-    if (!nlohmann::json::sax_parse(text.begin(), text.end(), &builder)) {
-        return std::unexpected(builder.error());
+    boost::json::parse_options options;
+    options.max_depth = deepestNesting;
+    boost::json::basic_parser<TreeBuilder> parser(options);
+    error_code error;
+    const auto end = parser.write_some(false, text.data(), text.size(), error);
+    if (error == boost::json::error::too_deep) {
+        return std::unexpected(JsonError{"JSON nested too deeply"});
     }
-    return builder.takeRoot();
+    if (error || end < text.size()) {
+        return std::unexpected(JsonError{"not JSON at byte " + std::to_string(end + 1)});
+    }
+    return parser.handler().takeRoot();
 }
 
 std::optional<std::string> writeJson(const JsonValue& value) {
-    try {
-        return toLibrary(value).dump(2);
-    } catch (const nlohmann::json::exception&) {
+    PrettyPrinter printer;
+    printer.write(value);
+    auto text = printer.takeText();
+    // What is not UTF-8 the printer passes on, and the parser refuses.
+    if (!isAscii(text) && !parseJson(text)) {
         return std::nullopt;
     }
+    return text;
 }
 
 } // namespace cirrus

@@ -1,7 +1,6 @@
 #pragma once
 
 #include <cstdint>
-#include <map>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -17,7 +16,9 @@ namespace cirrus {
 class JsonValue {
 public:
     using Array = std::vector<JsonValue>;
-    using Object = std::map<std::string, JsonValue, std::less<>>;
+    using Member = std::pair<std::string, JsonValue>;
+    /// In the order in which they come. Of equal keys the last counts.
+    using Object = std::vector<Member>;
     /// A whole number is signed when it fits, unsigned above that, a double above that too.
     using Storage = std::variant<std::nullptr_t, bool, std::int64_t, std::uint64_t, double,
                                  std::string, Array, Object>;
@@ -34,6 +35,7 @@ public:
 
     JsonValue(std::uint64_t value) : storage_(value) {}
 
+    /// Must be finite.
     JsonValue(double value) : storage_(value) {}
 
     JsonValue(const char* value) : storage_(std::string(value)) {}
@@ -60,6 +62,7 @@ public:
     /// The member of an object; null when this is no object or has no such key. Keys compare byte
     /// by byte.
     [[nodiscard]] const JsonValue* member(std::string_view key) const;
+    [[nodiscard]] JsonValue* member(std::string_view key);
 
     /// A whole number within the signed 64-bit range, however it is written (404 or 404.0).
     [[nodiscard]] std::optional<std::int64_t> wholeNumber() const;
@@ -83,8 +86,8 @@ struct JsonError {
     [[nodiscard]] std::string diagnosticText() const { return reason; }
 };
 
-/// Reads one JSON document (UTF-8). Fails on anything that is not exactly one value, and on
-/// nesting deeper than 256. Of equal keys in one object the last counts.
+/// Reads one JSON document (UTF-8). Fails on anything that is not exactly one value, on numbers
+/// that no double can hold, and on nesting deeper than 256.
 [[nodiscard]] Result<JsonValue, JsonError> parseJson(std::string_view text);
 
 /// Writes a value as pretty-printed JSON; nothing when it holds text that is not UTF-8.

@@ -2,7 +2,7 @@
 
 namespace cirrus {
 
-Result<File, DecodingError> File::decode(const JsonValue& json) {
+Result<File, DecodingError> File::decode(JsonValue json) {
     RecordDecoder decoder(json);
     return decoder.finish(File{.identifier = decoder.text(CodingKeys::identifier),
                                .kind = decoder.text(CodingKeys::kind),
@@ -15,7 +15,7 @@ Result<File, DecodingError> File::decode(const JsonValue& json) {
 JsonValue File::encode() const {
     JsonValue::Object object;
     const auto put = [&object](CodingKeys key, const std::string& text) {
-        object.emplace(keyText(key), text);
+        object.emplace_back(keyText(key), text);
     };
     put(CodingKeys::identifier, identifier);
     put(CodingKeys::kind, kind);

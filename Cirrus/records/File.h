@@ -27,7 +27,7 @@ struct File {
     std::optional<Url> webLink;
     std::optional<Url> downloadLink;
 
-    [[nodiscard]] static Result<File, DecodingError> decode(const JsonValue& json);
+    [[nodiscard]] static Result<File, DecodingError> decode(JsonValue json);
 
     /// The mirror of `decode`; an absent link has no key.
     [[nodiscard]] JsonValue encode() const;

@@ -2,7 +2,7 @@
 
 namespace cirrus {
 
-Result<FileList, DecodingError> FileList::decode(const JsonValue& json) {
+Result<FileList, DecodingError> FileList::decode(JsonValue json) {
     RecordDecoder decoder(json);
     return decoder.finish(
         FileList{.kind = decoder.text(CodingKeys::kind),

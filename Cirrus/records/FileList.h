@@ -21,7 +21,7 @@ struct FileList {
     bool incompleteSearch = false;
     std::vector<File> files;
 
-    [[nodiscard]] static Result<FileList, DecodingError> decode(const JsonValue& json);
+    [[nodiscard]] static Result<FileList, DecodingError> decode(JsonValue json);
 
     /// The mirror of `decode`.
     [[nodiscard]] JsonValue encode() const;

@@ -2,7 +2,7 @@
 
 namespace cirrus {
 
-Result<Permission, DecodingError> Permission::decode(const JsonValue& json) {
+Result<Permission, DecodingError> Permission::decode(JsonValue json) {
     RecordDecoder decoder(json);
     return decoder.finish(
         Permission{.kind = decoder.text(CodingKeys::kind),
@@ -20,7 +20,7 @@ JsonValue Permission::encode() const {
         {std::string(keyText(CodingKeys::role)), role},
     };
     if (allowFileDiscovery) {
-        object.emplace(keyText(CodingKeys::allowFileDiscovery), *allowFileDiscovery);
+        object.emplace_back(keyText(CodingKeys::allowFileDiscovery), *allowFileDiscovery);
     }
     return object;
 }

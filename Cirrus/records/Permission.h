@@ -24,7 +24,7 @@ struct Permission {
     std::string role;
     std::optional<bool> allowFileDiscovery;
 
-    [[nodiscard]] static Result<Permission, DecodingError> decode(const JsonValue& json);
+    [[nodiscard]] static Result<Permission, DecodingError> decode(JsonValue json);
 
     /// The mirror of `decode`; an absent `allowFileDiscovery` has no key.
     [[nodiscard]] JsonValue encode() const;

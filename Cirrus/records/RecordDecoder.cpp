@@ -6,15 +6,15 @@ std::string DecodingError::diagnosticText() const {
     return key.empty() ? reason : "\"" + key + "\": " + reason;
 }
 
-RecordDecoder::RecordDecoder(const JsonValue& value) : value_(value) {
+RecordDecoder::RecordDecoder(JsonValue& value) : value_(value) {
     if (value.as<JsonValue::Object>() == nullptr) {
         fail({}, "not an object");
     }
 }
 
 /// The value of a key; null when it is absent or JSON's null.
-const JsonValue* RecordDecoder::present(std::string_view key, Absence absence) {
-    const auto* value = value_.member(key);
+JsonValue* RecordDecoder::present(std::string_view key, Absence absence) {
+    auto* value = value_.member(key);
     if (value != nullptr && !value->isNull()) {
         return value;
     }
@@ -49,8 +49,8 @@ std::optional<Url> RecordDecoder::optionalUrlAt(std::string_view key) {
 }
 
 JsonValue RecordDecoder::nestedAt(std::string_view key) {
-    const auto* value = present(key, Absence::isError);
-    return value != nullptr ? *value : JsonValue();
+    auto* value = present(key, Absence::isError);
+    return value != nullptr ? std::move(*value) : JsonValue();
 }
 
 void RecordDecoder::fail(std::string_view key, std::string reason) {

@@ -23,12 +23,12 @@ struct DecodingError {
     [[nodiscard]] std::string diagnosticText() const;
 };
 
-/// Reads the members of one record out of a JSON object. The first member that is missing or
+/// Moves the members of one record out of a JSON object. The first member that is missing or
 /// wrong fails the whole record; what is read after that is empty and of no account. Keys that
 /// nobody asks for are ignored.
 class RecordDecoder {
 public:
-    explicit RecordDecoder(const JsonValue& value);
+    explicit RecordDecoder(JsonValue& value);
 
     [[nodiscard]] std::string text(CodingKey auto key) {
         return required<std::string>(keyText(key), "a text");
@@ -53,14 +53,14 @@ public:
 
     template <class Record>
     [[nodiscard]] std::vector<Record> list(CodingKey auto key) {
-        const auto* elements = find<JsonValue::Array>(keyText(key), "a list", Absence::isError);
+        auto* elements = find<JsonValue::Array>(keyText(key), "a list", Absence::isError);
         if (elements == nullptr) {
             return {};
         }
         std::vector<Record> records;
         records.reserve(elements->size());
-        for (const auto& element : *elements) {
-            auto record = Record::decode(element);
+        for (auto& element : *elements) {
+            auto record = Record::decode(std::move(element));
             if (!record) {
                 fail(keyText(key), record.error().diagnosticText());
                 return {};
@@ -87,29 +87,28 @@ private:
 
     template <class Type>
     Type required(std::string_view key, std::string_view expected) {
-        const auto* value = find<Type>(key, expected, Absence::isError);
-        return value != nullptr ? *value : Type{};
+        auto* value = find<Type>(key, expected, Absence::isError);
+        return value != nullptr ? std::move(*value) : Type{};
     }
 
     /// The value of a key as this type; null, with the failure noted, when that can not be.
     template <class Type>
-    const Type* find(std::string_view key, std::string_view expected,
-                     Absence absence = Absence::isFine) {
-        const auto* value = present(key, absence);
-        const auto* typed = value != nullptr ? value->template as<Type>() : nullptr;
+    Type* find(std::string_view key, std::string_view expected, Absence absence = Absence::isFine) {
+        auto* value = present(key, absence);
+        auto* typed = value != nullptr ? value->template as<Type>() : nullptr;
         if (value != nullptr && typed == nullptr) {
             fail(key, "not " + std::string(expected));
         }
         return typed;
     }
 
-    [[nodiscard]] const JsonValue* present(std::string_view key, Absence absence);
+    [[nodiscard]] JsonValue* present(std::string_view key, Absence absence);
     [[nodiscard]] std::int64_t wholeNumberAt(std::string_view key);
     [[nodiscard]] std::optional<Url> optionalUrlAt(std::string_view key);
     [[nodiscard]] JsonValue nestedAt(std::string_view key);
     void fail(std::string_view key, std::string reason);
 
-    const JsonValue& value_;
+    JsonValue& value_;
     std::optional<DecodingError> error_;
 };
 

@@ -1,12 +1,14 @@
 #include "Cirrus/records/ServiceError.h"
 
+#include <utility>
+
 namespace cirrus {
 
-Result<ServiceError, DecodingError> ServiceError::decode(const JsonValue& json) {
+Result<ServiceError, DecodingError> ServiceError::decode(JsonValue json) {
     RecordDecoder container(json);
-    const auto envelope = container.finish(container.nested(ContainerKeys::error));
+    auto envelope = container.finish(container.nested(ContainerKeys::error));
     if (!envelope) {
-        return std::unexpected(envelope.error());
+        return std::unexpected(std::move(envelope).error());
     }
     RecordDecoder decoder(*envelope);
     return decoder.finish(ServiceError{.code = decoder.wholeNumber(ServiceErrorKeys::code),

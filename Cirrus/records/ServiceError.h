@@ -27,7 +27,7 @@ struct ServiceError {
     std::int64_t code = 0;
     std::string message;
 
-    [[nodiscard]] static Result<ServiceError, DecodingError> decode(const JsonValue& json);
+    [[nodiscard]] static Result<ServiceError, DecodingError> decode(JsonValue json);
 
     [[nodiscard]] std::string diagnosticText() const;
 

@@ -28,12 +28,12 @@ Result<Record, WebserviceError> decoded(Result<Response, WebserviceError> result
     if (!result) {
         return std::unexpected(std::move(result).error());
     }
-    const auto json = parseJson(result->data);
+    auto json = parseJson(result->data);
     if (!json) {
         return std::unexpected(
             WebserviceError::decodingError({.key = {}, .reason = json.error().reason}));
     }
-    auto record = Record::decode(*json);
+    auto record = Record::decode(*std::move(json));
     if (!record) {
         return std::unexpected(WebserviceError::decodingError(std::move(record).error()));
     }
@@ -66,10 +66,10 @@ void GoogleWebservice::createDirectory(const std::string& name,
                                        const std::optional<std::string>& parentIdentifier,
                                        Completion<File> completion) {
     Body body;
-    body.emplace(keyOf(File::CodingKeys::mimeType), folderMimeType);
-    body.emplace(keyOf(File::CodingKeys::name), name);
+    body.emplace_back(keyOf(File::CodingKeys::mimeType), folderMimeType);
+    body.emplace_back(keyOf(File::CodingKeys::name), name);
     if (parentIdentifier) {
-        body.emplace("parents", listOf(*parentIdentifier));
+        body.emplace_back("parents", listOf(*parentIdentifier));
     }
     performForRecord<File>(
         makeRequest(RequestUrlType::path("files"), "POST", std::nullopt, std::move(body)), {},
@@ -80,8 +80,9 @@ void GoogleWebservice::createUploadUrl(const std::string& name, std::int64_t fil
                                        const std::string& parentIdentifier,
                                        Completion<Url> completion) {
     Body body;
-    body.emplace(keyOf(File::CodingKeys::name), name);
-    body.emplace("parents", listOf(parentIdentifier));
+    body.reserve(2);
+    body.emplace_back(keyOf(File::CodingKeys::name), name);
+    body.emplace_back("parents", listOf(parentIdentifier));
     auto request = makeRequest(RequestUrlType::url(endpoints::upload()), "POST", std::nullopt,
                                std::move(body));
     request.headers.add("Content-Length", std::to_string(filesize));
@@ -105,13 +106,13 @@ void GoogleWebservice::createPermission(
     std::optional<std::chrono::system_clock::time_point> expiration,
     Completion<Permission> completion) {
     Body body;
-    body.emplace(keyOf(Permission::CodingKeys::role), role);
-    body.emplace(keyOf(Permission::CodingKeys::type), type);
+    body.emplace_back(keyOf(Permission::CodingKeys::role), role);
+    body.emplace_back(keyOf(Permission::CodingKeys::type), type);
     if (expiration) {
-        body.emplace("expirationTime", formatLocalTime(*expiration));
+        body.emplace_back("expirationTime", formatLocalTime(*expiration));
     }
     if (email) {
-        body.emplace("emailAddress", *email);
+        body.emplace_back("emailAddress", *email);
     }
     std::optional<QueryItems> queryItems;
     if (emailMessage) {

@@ -15,8 +15,8 @@ bool isSuccess(int statusCode) {
 
 /// The service's own words when the body is its error envelope.
 WebserviceError refusal(const std::string& body) {
-    if (const auto json = parseJson(body)) {
-        if (auto error = ServiceError::decode(*json)) {
+    if (auto json = parseJson(body)) {
+        if (auto error = ServiceError::decode(*std::move(json))) {
             return WebserviceError::serviceError(*std::move(error));
         }
     }
