@@ -4,7 +4,6 @@
 #include <atomic>
 #include <cmath>
 #include <mutex>
-#include <unordered_map>
 #include <utility>
 #include <vector>
 
@@ -15,11 +14,6 @@ namespace {
 /// Children's shares are rounded down to multiples of this (a power of two), so that sums of them
 /// are exact: nothing drifts, however often they change.
 constexpr double finestShare = 1.0 / (1U << 20U);
-
-struct Child {
-    std::uint64_t pendingUnitCount = 0;
-    double share = 0;
-};
 
 } // namespace
 
@@ -86,41 +80,48 @@ struct Progress::State {
         return std::min(done / static_cast<double>(totalUnitCount), 1.0);
     }
 
+    using Observers = std::vector<std::weak_ptr<ProgressObservation::Observer>>;
+
     const std::uint64_t totalUnitCount;
     mutable std::mutex mutex;
     std::uint64_t completedUnitCount = 0;
     std::uint64_t finishedChildrenUnitCount = 0;
     double activeShares = 0;
     bool isFinished = false;
-    std::uint64_t childCount = 0;
-    std::unordered_map<std::uint64_t, Child> activeChildren;
-    std::vector<std::weak_ptr<ProgressObservation::Observer>> observers;
+    /// Replaced, never changed: whoever has taken it goes through it without the lock. Null while
+    /// nobody has ever observed.
+    std::shared_ptr<const Observers> observers;
     std::weak_ptr<Progress> parent;
-    std::uint64_t numberInParent = 0;
     bool hasParent = false;
+
+    /// What this object counts for in its parent, whose mutex guards it.
+    std::uint64_t unitsInParent = 0;
+    double shareInParent = 0;
+    bool isDoneInParent = false;
 };
 
 std::shared_ptr<Progress> Progress::create(std::uint64_t totalUnitCount) {
-    // One piece of memory instead of two; the constructor is not public.
+    // One piece of memory for all.
     struct Object : Progress {
-        explicit Object(std::uint64_t total) : Progress(total) {}
+        explicit Object(std::uint64_t total) : Progress(state), state(total) {}
+
+        State state;
     };
 
     return std::make_shared<Object>(totalUnitCount);
 }
 
-Progress::Progress(std::uint64_t totalUnitCount)
-    : state_(std::make_unique<State>(totalUnitCount)) {}
+Progress::Progress(State& state) : state_(state) {}
 
 Progress::~Progress() = default;
 
 std::uint64_t Progress::totalUnitCount() const {
-    return state_->totalUnitCount;
+    return state_.totalUnitCount;
 }
 
 double Progress::fractionCompleted() const {
-    const std::scoped_lock lock(state_->mutex);
-    return state_->fraction();
+    const std::scoped_lock lock(state_.mutex);
+    return state_.fraction();
 }
 
 void Progress::setCompletedUnitCount(std::uint64_t count) {
@@ -135,50 +136,50 @@ void Progress::finish() {
 }
 
 void Progress::addChild(const std::shared_ptr<Progress>& child, std::uint64_t pendingUnitCount) {
-    std::uint64_t number = 0;
     double fraction = 0;
     {
-        const std::scoped_lock lock(state_->mutex, child->state_->mutex);
-        if (std::exchange(child->state_->hasParent, true)) {
+        const std::scoped_lock lock(state_.mutex, child->state_.mutex);
+        if (std::exchange(child->state_.hasParent, true)) {
             return;
         }
-        number = state_->childCount++;
-        state_->activeChildren.emplace(number, Child{.pendingUnitCount = pendingUnitCount});
-        child->state_->parent = weak_from_this();
-        child->state_->numberInParent = number;
-        fraction = child->state_->fraction();
+        child->state_.parent = weak_from_this();
+        child->state_.unitsInParent = pendingUnitCount;
+        fraction = child->state_.fraction();
     }
     if (fraction > 0) {
-        childChanged(number, fraction);
+        childChanged(child->state_, fraction);
     }
 }
 
-void Progress::childChanged(std::uint64_t childNumber, double fraction) {
-    change([childNumber, fraction](State& state) {
-        const auto found = state.activeChildren.find(childNumber);
-        if (found == state.activeChildren.end()) {
+void Progress::childChanged(State& child, double fraction) {
+    change([&child, fraction](State& state) {
+        if (child.isDoneInParent) {
             return;
         }
-        auto& child = found->second;
         // Changes made at the same time may arrive in either order; the greatest holds.
-        const auto units = static_cast<double>(child.pendingUnitCount);
+        const auto units = static_cast<double>(child.unitsInParent);
         const double share =
-            std::max(child.share, std::floor(units * fraction / finestShare) * finestShare);
-        state.activeShares += share - child.share;
-        child.share = share;
+            std::max(child.shareInParent, std::floor(units * fraction / finestShare) * finestShare);
+        state.activeShares += share - child.shareInParent;
+        child.shareInParent = share;
         if (fraction >= 1) {
             state.activeShares -= share;
-            state.finishedChildrenUnitCount += child.pendingUnitCount;
-            state.activeChildren.erase(found);
+            state.finishedChildrenUnitCount += child.unitsInParent;
+            child.isDoneInParent = true;
         }
     });
 }
 
 ProgressObservation Progress::observe(Handler handler) const {
     auto observer = std::make_shared<ProgressObservation::Observer>(std::move(handler));
-    const std::scoped_lock lock(state_->mutex);
-    std::erase_if(state_->observers, [](const auto& known) { return known.expired(); });
-    state_->observers.push_back(observer);
+    const std::scoped_lock lock(state_.mutex);
+    State::Observers observers;
+    if (state_.observers) {
+        observers = *state_.observers;
+    }
+    std::erase_if(observers, [](const auto& known) { return known.expired(); });
+    observers.push_back(observer);
+    state_.observers = std::make_shared<const State::Observers>(std::move(observers));
     return ProgressObservation(std::move(observer));
 }
 
@@ -187,28 +188,28 @@ ProgressObservation Progress::observe(Handler handler) const {
 template <class Change>
 void Progress::change(const Change& apply) {
     double fraction = 0;
-    std::vector<std::weak_ptr<ProgressObservation::Observer>> observers;
+    std::shared_ptr<const State::Observers> observers;
     std::shared_ptr<Progress> parent;
-    std::uint64_t number = 0;
     {
-        const std::scoped_lock lock(state_->mutex);
-        const double before = state_->fraction();
-        apply(*state_);
-        fraction = state_->fraction();
+        const std::scoped_lock lock(state_.mutex);
+        const double before = state_.fraction();
+        apply(state_);
+        fraction = state_.fraction();
         if (fraction == before) {
             return;
         }
-        observers = state_->observers;
-        parent = state_->parent.lock();
-        number = state_->numberInParent;
+        observers = state_.observers;
+        parent = state_.parent.lock();
     }
-    for (const auto& known : observers) {
-        if (const auto observer = known.lock()) {
-            observer->call(*this);
+    if (observers) {
+        for (const auto& known : *observers) {
+            if (const auto observer = known.lock()) {
+                observer->call(*this);
+            }
         }
     }
     if (parent) {
-        parent->childChanged(number, fraction);
+        parent->childChanged(state_, fraction);
     }
 }
 

@@ -75,12 +75,12 @@ public:
 
 private:
     struct State;
-    explicit Progress(std::uint64_t totalUnitCount);
-    void childChanged(std::uint64_t childNumber, double fraction);
+    explicit Progress(State& state);
+    void childChanged(State& child, double fraction);
     template <class Change>
     void change(const Change& apply);
 
-    std::unique_ptr<State> state_;
+    State& state_;
 };
 
 } // namespace cirrus
