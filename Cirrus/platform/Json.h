@@ -17,7 +17,8 @@ class JsonValue {
 public:
     using Array = std::vector<JsonValue>;
     using Member = std::pair<std::string, JsonValue>;
-    /// In the order in which they come. Of equal keys the last counts.
+    /// In the order in which they come, which counts when objects are compared. Of equal keys the
+    /// last one is the member.
     using Object = std::vector<Member>;
     /// A whole number is signed when it fits, unsigned above that, a double above that too.
     using Storage = std::variant<std::nullptr_t, bool, std::int64_t, std::uint64_t, double,
