@@ -20,8 +20,8 @@ using boost::json::string_view;
 constexpr std::size_t deepestNesting = 256;
 
 /// Builds a `JsonValue` from the parser's events, so that no second tree is ever made. The names
-/// are the parser's. It is given the whole text at once, so that numbers and comments come in one
-/// part.
+/// are the parser's, which is given the whole text at once, so that a number comes in one part, and
+/// which knows no comments unless it is told to.
 class TreeBuilder {
 public:
     static constexpr auto max_array_size = std::numeric_limits<std::size_t>::max();
@@ -198,11 +198,11 @@ bool isAscii(std::string_view text) {
         text, [](char character) { return static_cast<unsigned char>(character) < 0x80; });
 }
 
-/// Of a value that is const or not.
-auto* memberOf(auto& value, std::string_view key) {
-    auto* object = value.template as<JsonValue::Object>();
-    decltype(&object->back().second) last = nullptr;
-    if (object != nullptr) {
+/// `Value` is const or not.
+template <class Value>
+Value* memberOf(Value& value, std::string_view key) {
+    Value* last = nullptr;
+    if (auto* object = value.template as<JsonValue::Object>()) {
         for (auto& [name, member] : *object) {
             last = name == key ? &member : last;
         }

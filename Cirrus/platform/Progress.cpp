@@ -1,7 +1,6 @@
 #include "Cirrus/platform/Progress.h"
 
 #include <algorithm>
-#include <atomic>
 #include <cmath>
 #include <mutex>
 #include <utility>
