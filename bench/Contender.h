@@ -23,7 +23,7 @@ struct CirrusSettings {
 };
 
 struct CurlSettings {
-    long uploadBufferSize = 256L * 1024;
+    long uploadBufferSize = 512L * 1024;
     int unsentBacklog = 0;   ///< the socket's TCP_NOTSENT_LOWAT; 0 leaves it as it is
     bool hasThreads = false; ///< requests on a thread of their own, and a main thread for progress
 };

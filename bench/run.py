@@ -30,7 +30,7 @@ def workloads(library_folder):
     return [
         Workload("small-1000", "1,000 files of 1 KiB", 1000, 1024, 61, (*pair, threads, dropping)),
         Workload("small-10000", "10,000 files of 1 KiB", 10000, 1024, 21, (*pair, threads)),
-        Workload("bulk-10", "20 files of 10 MiB", 20, 10 * MIB, 61, backlog),
+        Workload("bulk-10", "20 files of 10 MiB", 20, 10 * MIB, 121, backlog),
         Workload("bulk-1024", "one file of 1 GiB", 1, 1024 * MIB, 31, backlog),
         Workload("bulk-256", "20 files of 256 MiB", 20, 256 * MIB, 5, pair),
         Workload("round-trips", "100 files of 1 KiB over a slow link", 100, 1024, 3, pair,

@@ -18,7 +18,7 @@ protected:
     /// Begins with a body that no test comes to the end of.
     void begin() { pieces_.restart(body_); }
 
-    /// The size of the next piece, when the last one took so long, in KiB.
+    /// The size of the next portion, when the last one took so long, in KiB.
     std::size_t after(BodyPieces::Clock::duration took) {
         now_ += took;
         return pieces_.next(noLimit, now_).size() / KiB;
@@ -30,12 +30,36 @@ protected:
 };
 
 TEST_F(BodyPiecesTest, GrowOnAFastLineAndShrinkAtOnceOnASlowOne) {
+    struct Row {
+        BodyPieces::Clock::duration took;
+        std::size_t portion;
+        bool moves = true;
+    };
+
     begin();
-    const std::vector<std::pair<BodyPieces::Clock::duration, std::size_t>> rows{
-        {1h, 64},   {1us, 128}, {0us, 256}, {1ms, 512}, {1us, 512}, {1ms, 512},  {4ms, 256},
-        {2ms, 256}, {32ms, 16}, {24h, 16},  {2ms, 16},  {1ms, 32},  {1500us, 42}};
-    for (const auto& [took, size] : rows) {
-        EXPECT_EQ(after(took), size) << took.count();
+    const std::vector<Row> rows{{1h, 64},
+                                {1us, 128},
+                                {0us, 256},
+                                {1ms, 512},
+                                {1us, 512, false},
+                                {1us, 512},
+                                {1ms, 512, false},
+                                {1ms, 512},
+                                {1us, 512, false},
+                                {4ms, 256},
+                                {2ms, 256},
+                                {1ms, 512},
+                                {1500us, 512, false},
+                                {1500us, 512},
+                                {32ms, 32},
+                                {64ms, 16},
+                                {24h, 16},
+                                {2ms, 16},
+                                {1ms, 32},
+                                {1500us, 42}};
+    for (const auto& row : rows) {
+        EXPECT_EQ(after(row.took), row.portion) << row.took.count();
+        EXPECT_EQ(pieces_.moves(), row.moves) << row.took.count();
     }
 }
 
@@ -63,6 +87,7 @@ TEST_F(BodyPiecesTest, MakeUpTheBodyWithinTheLimit) {
         limit = limit * 7 % (100 * KiB) + 1;
     }
     EXPECT_TRUE(dealt == text);
+    EXPECT_TRUE(pieces_.moves());
 }
 
 } // namespace
