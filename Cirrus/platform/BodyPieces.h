@@ -16,7 +16,7 @@ public:
 
     static constexpr std::size_t smallest = std::size_t{16} * 1024;
     static constexpr std::size_t largest = std::size_t{1024} * 1024;
-    /// Fits the second-level cache of most processors, twice.
+    /// Shall still be in a second-level cache of 1 MiB when TLS comes to read it.
     static constexpr std::size_t largestPortion = std::size_t{512} * 1024;
 
     /// Begins with a body, whose bytes must stay. The size of the pieces is kept: the next body

@@ -95,9 +95,8 @@ bool FileReader::reserve(std::size_t size) {
     if (memory == nullptr) {
         return false;
     }
-    const std::shared_ptr<std::byte[]> pages(static_cast<std::byte*>(memory), [](std::byte* first) {
-        ::operator delete[](first, page);
-    });
+    const auto release = [](std::byte* first) { ::operator delete[](first, page); };
+    const std::shared_ptr<std::byte[]> pages(static_cast<std::byte*>(memory), release);
     bytes_ = std::shared_ptr<std::byte[]>(pages, pages.get() + placeInPage);
     return true;
 }
