@@ -1,4 +1,4 @@
-#include "Cirrus/Configuration.h"
+#include <Cirrus/Configuration.h>
 
 #include <atomic>
 #include <mutex>
@@ -30,7 +30,7 @@ void Configuration::setLog(std::shared_ptr<LogSink> sink) {
     if (!sink) {
         return;
     }
-    // The replaced sink is let go after the lock, since its destructor is the host's code.
+    // The replaced sink is released after the lock, since its destructor is the host's code.
     const std::scoped_lock lock(slot().mutex);
     slot().sink.swap(sink);
     slot().isFilled = true;

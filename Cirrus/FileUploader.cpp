@@ -1,13 +1,15 @@
 #include "Cirrus/FileUploader.h"
 
+#include <cassert>
+
+#include <Cirrus/MainQueue.h>
+
 #include "Cirrus/Log.h"
-#include "Cirrus/platform/MainQueue.h"
+#include "Cirrus/platform/files/FileContents.h"
 
 namespace cirrus {
 
 namespace {
-
-constexpr UnitLog unitLog("Cirrus/FileUploader.cpp");
 
 /// Every file weighs the same in the progress, whatever its size.
 constexpr std::uint64_t unitsPerFile = 100;
@@ -26,32 +28,33 @@ std::string FileUploader::Error::diagnosticText() const {
     return "missingFilesize";
 }
 
-FileUploader::FileUploader(const Files& files, std::shared_ptr<Webservice> webservice,
-                           std::string parentIdentifier)
+FileUploader::FileUploader(const std::vector<std::filesystem::path>& files,
+                           std::shared_ptr<Webservice> webservice, std::string parentIdentifier)
     : parentIdentifier_(std::move(parentIdentifier)),
       webservice_(std::move(webservice)),
-      progress_(Progress::create(files->size() * unitsPerFile)) {
-    for (const auto& file : *files) {
-        pendingItems_.push_back({.url = {files, &file}, .filesize = fileSize(file).value_or(0)});
+      progress_(Progress::create(files.size() * unitsPerFile)),
+      fileCount_(files.size()) {
+    for (const auto& file : files) {
+        pendingItems_.push_back({.path = file, .filesize = fileSize(file).value_or(0)});
     }
 }
 
-void FileUploader::upload(CompletionHandler completionHandler) {
-    unitLog.detail("upload(completionHandler:)");
+void FileUploader::upload(Completion completionHandler) {
+    logDetail("upload(completionHandler:)");
     completionHandler_ = std::move(completionHandler);
     uploadNextItem();
 }
 
 void FileUploader::cancel() {
-    unitLog.detail("cancel()");
+    logDetail("cancel()");
     isCancelled_ = true;
 }
 
 void FileUploader::uploadNextItem() {
     constexpr auto name = "uploadNextItem()";
-    unitLog.detail(name);
+    logDetail(name);
     if (isCancelled_) {
-        unitLog.notice(name, "Upload is cancelled");
+        logNotice(name, "Upload is cancelled");
         reader_ = {};
         return;
     }
@@ -62,65 +65,68 @@ void FileUploader::uploadNextItem() {
     }
     const auto item = pendingItems_.front();
     upload(item, [uploader = weak_from_this(), item](const Result<File, Error>& result) {
-        itemDidEnd(uploader, item, result);
+        itemDidEnd(uploader, item, result.has_value());
     });
 }
 
 void FileUploader::upload(const Item& item, ItemCompletion completion) {
     constexpr auto name = "upload(_:completion:)";
-    unitLog.detail(name);
+    logDetail(name);
     webservice_->createUploadUrl(
-        lastPathComponent(*item.url), static_cast<std::int64_t>(item.filesize), parentIdentifier_,
+        lastPathComponent(item.path), static_cast<std::int64_t>(item.filesize), parentIdentifier_,
         [uploader = weak_from_this(), item,
-         completion = std::move(completion)](Result<Url, WebserviceError> result) mutable {
+         completion = std::move(completion)](const Result<Url, WebserviceError>& result) {
             if (!result) {
-                unitLog.failure(name, "Failed to create upload URL, error: ", result.error());
-                completion(std::unexpected(Error::underlying(AnyError(std::move(result).error()))));
+                logFailure(name, "Failed to create upload URL, error: ", result.error());
+                completion(std::unexpected(Error::underlying(AnyError(result.error()))));
                 return;
             }
-            unitLog.detail(name, "Finished creating upload URL, proceeding to upload content...");
+            logDetail(name, "Finished creating upload URL, proceeding to upload content...");
             if (const auto self = uploader.lock()) {
-                self->uploadContent(item, *std::move(result), std::move(completion));
+                self->uploadContent(item, *result, completion);
             }
         });
 }
 
-void FileUploader::uploadContent(const Item& item, Url to, ItemCompletion completion) {
+void FileUploader::uploadContent(const Item& item, const Url& to, ItemCompletion completion) {
     constexpr auto name = "uploadContent(of:to:completion:)";
-    unitLog.detail(name);
-    auto data = reader_.read(*item.url);
+    logDetail(name);
+    auto data = reader_.read(item.path);
     if (!data) {
-        unitLog.failure(name, "Could not read contents of file ", *item.url,
-                        ", error: ", data.error());
-        MainQueue::post([completion = std::move(completion)]() mutable {
+        logFailure(name, "Could not read contents of file ", item.path, ", error: ", data.error());
+        MainQueue::post([completion = std::move(completion)] {
             completion(std::unexpected(Error::missingFile()));
         });
         return;
     }
     webservice_->upload(
-        *std::move(data), std::move(to),
+        *std::move(data), to,
         [uploader = weak_from_this()](const std::shared_ptr<Progress>& progress) {
             if (const auto self = uploader.lock()) {
                 self->progress_->addChild(progress, unitsPerFile);
             }
         },
-        [completion = std::move(completion)](Result<File, WebserviceError> result) mutable {
+        [completion = std::move(completion)](const Result<File, WebserviceError>& result) {
             if (!result) {
-                unitLog.failure(name, "Failed to upload file with error: ", result.error());
-                completion(std::unexpected(Error::underlying(AnyError(std::move(result).error()))));
+                logFailure(name, "Failed to upload file with error: ", result.error());
+                completion(std::unexpected(Error::underlying(AnyError(result.error()))));
                 return;
             }
-            unitLog.detail(name, "Finished uploading file");
-            completion(*std::move(result));
+            logDetail(name, "Finished uploading file");
+            completion(*result);
         });
 }
 
 /// Records the outcome of the file in flight and goes on. The uploader may go away at any moment.
 void FileUploader::itemDidEnd(const std::weak_ptr<FileUploader>& uploader, const Item& item,
-                              const Result<File, Error>& result) {
+                              bool hasSucceeded) {
     if (const auto self = uploader.lock()) {
+        assert(!self->pendingItems_.empty() && self->pendingItems_.front() == item);
         self->pendingItems_.pop_front();
-        (result ? self->finishedItems_ : self->failedItems_).push_back(item);
+        (hasSucceeded ? self->finishedItems_ : self->failedItems_).push_back(item);
+        assert(self->pendingItems_.size() + self->finishedItems_.size() +
+                   self->failedItems_.size() ==
+               self->fileCount_);
     }
     if (const auto self = uploader.lock()) {
         self->uploadNextItem();
@@ -128,11 +134,11 @@ void FileUploader::itemDidEnd(const std::weak_ptr<FileUploader>& uploader, const
 }
 
 void FileUploader::finish() {
-    unitLog.detail("finish()");
+    logDetail("finish()");
     if (isCancelled_) {
         return;
     }
-    if (auto handler = std::exchange(completionHandler_, nullptr)) {
+    if (const auto handler = std::exchange(completionHandler_, nullptr)) {
         handler(failedItems_.empty() ? Result<void, Error>()
                                      : std::unexpected(Error::missingFile()));
     }

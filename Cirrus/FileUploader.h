@@ -1,31 +1,32 @@
 #pragma once
 
 #include <atomic>
+#include <cstddef>
 #include <cstdint>
 #include <deque>
 #include <filesystem>
 #include <functional>
 #include <memory>
-#include <optional>
 #include <string>
 #include <utility>
 #include <variant>
 #include <vector>
 
-#include "Cirrus/platform/Error.h"
-#include "Cirrus/platform/FileContents.h"
-#include "Cirrus/platform/Progress.h"
+#include <Cirrus/Error.h>
+#include <Cirrus/Progress.h>
+
+#include "Cirrus/platform/files/FileContents.h"
 #include "Cirrus/webservice/Webservice.h"
 
 namespace cirrus {
 
 /// Uploads files into one Drive folder, strictly one after another. A file that fails does not
 /// stop the others; the outcome says only whether all succeeded. Always held by
-/// `std::shared_ptr`; one run per object. When the last reference goes while a file is on its
-/// way, no further step is taken and the handler is never called.
+/// `std::shared_ptr`; one run per object. If the last reference is released while a file is in
+/// flight, no further step is taken and the handler is never called.
 ///
-/// Its steps run on whatever thread delivers the event that starts them: the caller's, the
-/// transport's callback thread or, after a file that can not be read, the main queue.
+/// Its steps run on whatever thread delivers the event that starts them: the caller's, the HTTP
+/// session's callback thread or, after a file that cannot be read, the main queue.
 class FileUploader : public std::enable_shared_from_this<FileUploader> {
 public:
     class Error {
@@ -35,7 +36,7 @@ public:
             underlying,
             /// A file could not be read; as the outcome of the run, any file failed.
             missingFile,
-            /// Part of the type; nothing gives it, since an unreadable size counts as 0.
+            /// Part of the type, but never used: an unreadable size counts as 0.
             missingFilesize
         };
 
@@ -63,56 +64,53 @@ public:
         Value value_;
     };
 
-    using CompletionHandler = std::move_only_function<void(Result<void, Error>)>;
-
-    using Files = std::shared_ptr<const std::vector<std::filesystem::path>>;
+    using Completion = std::function<void(Result<void, Error>)>;
 
     /// Reads each file's size; a file that is missing or unreadable is kept and tried all the same.
-    FileUploader(const Files& files, std::shared_ptr<Webservice> webservice,
-                 std::string parentIdentifier);
+    FileUploader(const std::vector<std::filesystem::path>& files,
+                 std::shared_ptr<Webservice> webservice, std::string parentIdentifier);
 
     /// Starts with the first file. The handler is called at most once, on the thread of the last
-    /// step: before this returns when there is no file, never once cancelled.
-    void upload(CompletionHandler completionHandler);
+    /// step: before this returns if there is no file, and never once cancelled.
+    void upload(Completion completionHandler);
 
-    /// No further file is started and the handler is never called. The file on its way goes on.
+    /// No further file is started and the handler is never called. The file in flight continues.
     /// Safe from any thread.
     void cancel();
 
     /// The progress of the whole run: 100 units a file. A file that fails before its content is
-    /// sent adds nothing, so that the fraction then never reaches 1.
+    /// sent adds nothing, so the fraction then never reaches 1.
     [[nodiscard]] const std::shared_ptr<Progress>& progress() const { return progress_; }
 
 private:
     struct Item {
-        /// One of the files, all of which it keeps: the uploader or the step may end first.
-        std::shared_ptr<const std::filesystem::path> url;
+        std::filesystem::path path;
         std::uint64_t filesize = 0;
 
-        friend bool operator==(const Item& left, const Item& right) {
-            return *left.url == *right.url && left.filesize == right.filesize;
-        }
+        friend bool operator==(const Item&, const Item&) = default;
     };
 
-    using ItemCompletion = std::move_only_function<void(Result<File, Error>)>;
+    using ItemCompletion = std::function<void(Result<File, Error>)>;
 
     void uploadNextItem();
     void upload(const Item& item, ItemCompletion completion);
-    void uploadContent(const Item& item, Url to, ItemCompletion completion);
+    void uploadContent(const Item& item, const Url& to, ItemCompletion completion);
     static void itemDidEnd(const std::weak_ptr<FileUploader>& uploader, const Item& item,
-                           const Result<File, Error>& result);
+                           bool hasSucceeded);
     void finish();
 
     const std::string parentIdentifier_;
     const std::shared_ptr<Webservice> webservice_;
     const std::shared_ptr<Progress> progress_;
-    // Only one step runs at a time, so that none of these needs a lock.
+    const std::size_t fileCount_;
     FileReader reader_;
-    std::deque<Item> pendingItems_;
+    // Each step starts after the one before has ended, so the lists need no lock. Every file is in
+    // exactly one of them.
+    std::deque<Item> pendingItems_; ///< the first one is in flight
     std::vector<Item> finishedItems_;
     std::vector<Item> failedItems_;
     std::atomic<bool> isCancelled_ = false;
-    CompletionHandler completionHandler_;
+    Completion completionHandler_;
 };
 
 } // namespace cirrus

@@ -6,72 +6,75 @@
 #include <source_location>
 #include <string>
 #include <string_view>
-#include <tuple>
+#include <type_traits>
 
-#include "Cirrus/Configuration.h"
-#include "Cirrus/platform/Error.h"
-#include "Cirrus/platform/FileContents.h"
+#include <Cirrus/Configuration.h>
+#include <Cirrus/Error.h>
+
+#include "Cirrus/platform/files/FileContents.h"
 
 namespace cirrus {
 
-/// The installed sink; null when there is none.
+/// The installed sink; null if there is none.
 [[nodiscard]] std::shared_ptr<LogSink> installedLog();
 
-/// The operation that writes a line, made from its name, and where in the source it does.
-struct LogPlace {
-    LogPlace(const char* operation,
+/// The operation that writes a line, and where in the source it does. Converts from the
+/// operation's name, so that the position is that of the call.
+struct CallSite {
+    CallSite(const char* operation,
              const std::source_location& location = std::source_location::current())
-        : function(operation), line(static_cast<int>(location.line())) {}
+        : function(operation),
+          file(location.file_name()),
+          line(static_cast<int>(location.line())) {}
 
     std::string_view function;
+    std::string_view file;
     int line;
 };
 
-/// Writes the lines of one source unit to the installed sink. A message is given in pieces, texts
-/// of static lifetime, errors and paths (which stand for their last component), that are copied
-/// only when there is a sink and put together only when the sink asks.
-class UnitLog {
-public:
-    explicit constexpr UnitLog(std::string_view file) : file_(file) {}
+using LogOperation = void (LogSink::*)(const LogSink::Message&, std::string_view, std::string_view,
+                                       int, const std::any&);
 
-    template <class... Pieces>
-    void detail(LogPlace place, const Pieces&... pieces) const {
-        write(&LogSink::detail, place, pieces...);
+inline std::string logText(const char* literal) {
+    return literal;
+}
+
+inline std::string logText(const std::filesystem::path& path) {
+    return lastPathComponent(path);
+}
+
+inline std::string logText(const ErrorKind auto& error) {
+    return error.diagnosticText();
+}
+
+/// Writes a line to the installed sink. The message is given in pieces: literals, errors, and
+/// paths, which stand for their last component. They are copied only if there is a sink, and joined
+/// only when the sink asks for the text.
+template <class... Pieces>
+void writeLine(LogOperation operation, const CallSite& site, const Pieces&... pieces) {
+    const auto sink = installedLog();
+    if (!sink) {
+        return;
     }
+    const LogSink::Message message = [... copies = std::decay_t<const Pieces&>(pieces)] {
+        return (std::string() + ... + logText(copies));
+    };
+    (sink.get()->*operation)(message, site.file, site.function, site.line, std::any());
+}
 
-    template <class... Pieces>
-    void notice(LogPlace place, const Pieces&... pieces) const {
-        write(&LogSink::notice, place, pieces...);
-    }
+template <class... Pieces>
+void logDetail(const CallSite& site, const Pieces&... pieces) {
+    writeLine(&LogSink::detail, site, pieces...);
+}
 
-    template <class... Pieces>
-    void failure(LogPlace place, const Pieces&... pieces) const {
-        write(&LogSink::failure, place, pieces...);
-    }
+template <class... Pieces>
+void logNotice(const CallSite& site, const Pieces&... pieces) {
+    writeLine(&LogSink::notice, site, pieces...);
+}
 
-private:
-    using Operation = void (LogSink::*)(const LogSink::Message&, std::string_view, std::string_view,
-                                        int, const std::any&);
-
-    static std::string textOf(const char* literal) { return literal; }
-
-    static std::string textOf(const std::filesystem::path& path) { return lastPathComponent(path); }
-
-    static std::string textOf(const ErrorKind auto& error) { return error.diagnosticText(); }
-
-    template <class... Pieces>
-    void write(Operation operation, LogPlace place, const Pieces&... pieces) const {
-        const auto sink = installedLog();
-        if (!sink) {
-            return;
-        }
-        const LogSink::Message message = [... copies = std::decay_t<const Pieces&>(pieces)] {
-            return (std::string() + ... + textOf(copies));
-        };
-        (sink.get()->*operation)(message, file_, place.function, place.line, std::any());
-    }
-
-    std::string_view file_;
-};
+template <class... Pieces>
+void logFailure(const CallSite& site, const Pieces&... pieces) {
+    writeLine(&LogSink::failure, site, pieces...);
+}
 
 } // namespace cirrus

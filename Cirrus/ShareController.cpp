@@ -1,11 +1,20 @@
-#include "Cirrus/ShareController.h"
+#include <Cirrus/ShareController.h>
 
 #include <utility>
 
+#include "Cirrus/Log.h"
 #include "Cirrus/ShareJob.h"
 #include "Cirrus/webservice/GoogleWebservice.h"
 
 namespace cirrus {
+
+namespace {
+
+ShareController::Error underlying(auto error) {
+    return ShareController::Error::underlying(AnyError(std::move(error)));
+}
+
+} // namespace
 
 ShareController::Context::Context(std::vector<std::filesystem::path> files,
                                   std::string rootDirectoryName,
@@ -19,53 +28,6 @@ ShareController::Context::Context(std::vector<std::filesystem::path> files,
       email_(std::move(email)),
       emailMessage_(std::move(emailMessage)),
       expiration_(expiration) {}
-
-ShareController::Error::Error(Value value) : value_(std::move(value)) {}
-
-ShareController::Error ShareController::Error::underlying(AnyError error) {
-    return Error(std::move(error));
-}
-
-ShareController::Error ShareController::Error::missingFile() {
-    return Error(MissingFile{});
-}
-
-ShareController::Error ShareController::Error::missingWebContentLink() {
-    return Error(MissingWebContentLink{});
-}
-
-ShareController::Error::Case ShareController::Error::kind() const {
-    return static_cast<Case>(value_.index());
-}
-
-const AnyError* ShareController::Error::underlyingError() const {
-    return std::get_if<AnyError>(&value_);
-}
-
-std::optional<std::string> ShareController::Error::errorDescription() const {
-    switch (kind()) {
-    case Case::underlying:
-        return underlyingError()->errorDescriptionOr("Something went wrong, please try again.");
-    case Case::missingFile:
-        return "One or more files could not be located by Stashly. Make sure the files are not "
-               "moved or deleted and try again.";
-    case Case::missingWebContentLink:
-        break;
-    }
-    return "The files were uploaded, but the shareable link could not be found.";
-}
-
-std::string ShareController::Error::diagnosticText() const {
-    switch (kind()) {
-    case Case::underlying:
-        return "underlying(" + underlyingError()->diagnosticText() + ")";
-    case Case::missingFile:
-        return "missingFile";
-    case Case::missingWebContentLink:
-        break;
-    }
-    return "missingWebContentLink";
-}
 
 ShareController::ShareController(Context context, std::string accessToken)
     : job_(std::make_shared<ShareJob>(std::move(context),
@@ -86,6 +48,167 @@ void ShareController::cancel() {
     if (job_) {
         job_->cancel();
     }
+}
+
+// The steps of the job, in their order. Log lines name the place that writes them, so everything
+// that is logged for the controller is in this file; ShareJob.cpp has the rest.
+
+void ShareJob::upload(ProgressCallback progress, Completion completion) {
+    logDetail("upload(progress:completion:)");
+    auto progressHandler = std::make_shared<const ProgressCallback>(std::move(progress));
+    {
+        const std::scoped_lock lock(mutex_);
+        progressHandler_.swap(progressHandler);
+        completionHandler_.swap(completion);
+    }
+    findOrCreateRootDirectory();
+}
+
+void ShareJob::cancel() {
+    logDetail("cancel()");
+    isCancelled_ = true;
+    std::shared_ptr<FileUploader> uploader;
+    {
+        const std::scoped_lock lock(mutex_);
+        uploader = fileUploader_;
+    }
+    if (uploader) {
+        uploader->cancel();
+    }
+    reset();
+}
+
+void ShareJob::findOrCreateRootDirectory() {
+    constexpr auto name = "findOrCreateRootDirectory()";
+    logDetail(name);
+    webservice_->findDirectory(
+        context_.rootDirectoryName_,
+        [job = weak_from_this()](const Result<FileList, WebserviceError>& result) {
+            if (!result) {
+                logFailure(name, "Failed to find directory, error: ", result.error());
+                if (const auto self = job.lock()) {
+                    self->fail(underlying(result.error()));
+                }
+            } else if (result->files.empty()) {
+                logDetail(name, "Need to create root directory...");
+                if (const auto self = job.lock()) {
+                    self->createRootDirectory();
+                }
+            } else {
+                logDetail(name, "Already have the root directory, proceeding to create "
+                                "destination dir...");
+                if (const auto self = job.lock()) {
+                    self->createDestinationDirectory(result->files.front().identifier);
+                }
+            }
+        });
+}
+
+void ShareJob::createRootDirectory() {
+    constexpr auto name = "createRootDirectory()";
+    logDetail(name);
+    webservice_->createDirectory(
+        context_.rootDirectoryName_, std::nullopt,
+        [job = weak_from_this()](const Result<File, WebserviceError>& result) {
+            if (result) {
+                logDetail(name, "Created root dir, proceeding to create destination dir...");
+            } else {
+                logFailure(name, "Failed to create root dir, error: ", result.error());
+            }
+            if (const auto self = job.lock()) {
+                result ? self->createDestinationDirectory(result->identifier)
+                       : self->fail(underlying(result.error()));
+            }
+        });
+}
+
+void ShareJob::createDestinationDirectory(const std::string& parentIdentifier) {
+    constexpr auto name = "createDestinationDirectory(parentIdentifier:)";
+    logDetail(name);
+    webservice_->createDirectory(
+        context_.destinationDirectoryName_, parentIdentifier,
+        [job = weak_from_this()](const Result<File, WebserviceError>& result) {
+            if (result) {
+                logDetail(name, "Finished creating destination dir, proceeding to upload file...");
+            } else {
+                logFailure(name, "Failed to create destination dir, error: ", result.error());
+            }
+            if (const auto self = job.lock()) {
+                result ? self->prepareFileUpload(result->identifier)
+                       : self->fail(underlying(result.error()));
+            }
+        });
+}
+
+void ShareJob::prepareFileUpload(const std::string& parentIdentifier) {
+    constexpr auto name = "prepareFileUpload(parentIdentifier:)";
+    logDetail(name);
+    auto uploader = std::make_shared<FileUploader>(context_.files_, webservice_, parentIdentifier);
+    uploader->upload([job = weak_from_this(),
+                      parentIdentifier](const Result<void, FileUploader::Error>& result) {
+        if (result) {
+            logDetail(name, "Uploaded file, will apply permissions...");
+        } else {
+            logFailure(name, "Failed to upload file with error ", result.error());
+        }
+        if (const auto self = job.lock()) {
+            result ? self->applyPermissions(parentIdentifier)
+                   : self->fail(underlying(result.error()));
+        }
+    });
+    auto observation =
+        uploader->progress()->observe([job = weak_from_this()](const Progress& progress) {
+            if (const auto self = job.lock()) {
+                self->progressDidChange(progress.weak_from_this().lock());
+            }
+        });
+    const std::scoped_lock lock(mutex_);
+    std::swap(progressObservationToken_, observation);
+    fileUploader_.swap(uploader);
+}
+
+void ShareJob::applyPermissions(const std::string& fileIdentifier) {
+    constexpr auto name = "applyPermissions(fileIdentifier:)";
+    logDetail(name);
+    webservice_->createPermission(
+        fileIdentifier, "reader", context_.email_ ? "user" : "anyone", context_.email_,
+        context_.emailMessage_, context_.expiration_,
+        [job = weak_from_this(),
+         fileIdentifier](const Result<Permission, WebserviceError>& result) {
+            if (result) {
+                logDetail(name, "Did apply permissions, proceeding to determine URL");
+            } else {
+                logFailure(name, "Failed to apply permissions, error: ", result.error());
+            }
+            if (const auto self = job.lock()) {
+                result ? self->requestContentUrl(fileIdentifier)
+                       : self->fail(underlying(result.error()));
+            }
+        });
+}
+
+void ShareJob::requestContentUrl(const std::string& fileIdentifier) {
+    constexpr auto name = "requestContentUrl(fileIdentifier:)";
+    logDetail(name);
+    webservice_->requestFile(
+        fileIdentifier, [job = weak_from_this()](const Result<File, WebserviceError>& result) {
+            if (!result) {
+                logFailure(name, "Failed to obtain URL with error ", result.error());
+                if (const auto self = job.lock()) {
+                    self->fail(underlying(result.error()));
+                }
+            } else if (!result->webLink) {
+                logFailure(name, "Request was successfull, but there is no web content link");
+                if (const auto self = job.lock()) {
+                    self->fail(Error::missingWebContentLink());
+                }
+            } else {
+                logDetail(name, "Obtain URL, finishing upload...");
+                if (const auto self = job.lock()) {
+                    self->succeed(*result->webLink);
+                }
+            }
+        });
 }
 
 } // namespace cirrus

@@ -6,14 +6,15 @@
 #include <string>
 
 #include "Cirrus/FileUploader.h"
-#include "Cirrus/ShareController.h"
 #include "Cirrus/webservice/Webservice.h"
+#include <Cirrus/ShareController.h>
 
 namespace cirrus {
 
-/// The steps of a share job, each started from the completion of the one before, and the two ways
-/// in which it ends. Everything that waits for an answer holds the job weakly; only tasks on the
-/// main queue hold it strongly. Steps run on the transport's callback thread.
+/// A share job: its steps, each started from the completion of the one before (in
+/// ShareController.cpp), and the delivery of what comes of it (in ShareJob.cpp). Whatever waits for
+/// an answer holds the job weakly; only tasks on the main queue hold it strongly. Steps run on the
+/// HTTP session's callback thread.
 class ShareJob : public std::enable_shared_from_this<ShareJob> {
 public:
     using Context = ShareController::Context;
@@ -46,15 +47,14 @@ private:
     void deliver(Result<Url, Error> result);
     void reset();
 
-    const FileUploader::Files files_;
-    const Context context_; ///< but for its files
+    const Context context_;
     const std::shared_ptr<Webservice> webservice_;
     std::atomic<bool> isCancelled_ = false;
 
-    /// Guards what follows. Never held while any of it is called or destroyed.
+    /// Guards the members below. Not held while any of them is called or destroyed.
     std::mutex mutex_;
     Completion completionHandler_;
-    /// Shared with a call that is being made, so that the callback keeps its state between calls.
+    /// Shared with a running call, so that the callback keeps its state between calls.
     std::shared_ptr<const ProgressCallback> progressHandler_;
     std::shared_ptr<FileUploader> fileUploader_;
     ProgressObservation progressObservationToken_;

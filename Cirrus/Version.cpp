@@ -1,4 +1,4 @@
-#include "Cirrus/Version.h"
+#include <Cirrus/Version.h>
 
 namespace cirrus {
 

@@ -1,19 +1,13 @@
 #include <curl/curl.h>
 #include <fcntl.h>
-#include <netinet/in.h>
-#include <netinet/tcp.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
 #include <algorithm>
-#include <cstdlib>
-#include <optional>
 #include <string_view>
 #include <thread>
-#include <utility>
 
 #include "bench/Contender.h"
-#include "bench/NetworkThread.h"
 
 namespace cirrus::bench {
 
@@ -39,65 +33,28 @@ std::size_t append(const char* bytes, std::size_t, std::size_t count, void* text
     return count;
 }
 
-curl_socket_t openSocket(void* settings, curlsocktype, curl_sockaddr* address) {
-    const int socket =
-        ::socket(address->family, address->socktype | SOCK_CLOEXEC, address->protocol);
-    if (const int limit = static_cast<const CurlSettings*>(settings)->unsentBacklog; limit > 0) {
-        ::setsockopt(socket, IPPROTO_TCP, TCP_NOTSENT_LOWAT, &limit, sizeof(limit));
+/// Reads a whole file into `bytes`, which keeps its memory from file to file; false on failure.
+bool readFile(const std::filesystem::path& path, std::string& bytes) {
+    const int file = ::open(path.c_str(), O_RDONLY | O_CLOEXEC);
+    struct stat attributes{};
+    if (file < 0 || ::fstat(file, &attributes) != 0) {
+        return false;
     }
-    return socket;
+    bytes.resize(static_cast<std::size_t>(attributes.st_size));
+    std::size_t size = 0;
+    ssize_t count = 0;
+    while (size < bytes.size() &&
+           (count = ::read(file, bytes.data() + size, bytes.size() - size)) > 0) {
+        size += static_cast<std::size_t>(count);
+    }
+    ::close(file);
+    return size == bytes.size();
 }
-
-/// One buffer for file after file; it only ever grows. It is placed where copying is fast: half a
-/// page away from where both a page and memory straight from the heap begin.
-class FileBuffer {
-public:
-    FileBuffer() = default;
-    FileBuffer(const FileBuffer&) = delete;
-    FileBuffer& operator=(const FileBuffer&) = delete;
-
-    ~FileBuffer() { std::free(pages_); }
-
-    bool read(const std::filesystem::path& path) {
-        const int file = ::open(path.c_str(), O_RDONLY | O_CLOEXEC);
-        struct stat attributes{};
-        if (file < 0 || ::fstat(file, &attributes) != 0) {
-            return false;
-        }
-        reserve(static_cast<std::size_t>(attributes.st_size));
-        size_ = 0;
-        ssize_t count = 0;
-        while (size_ < capacity_ && (count = ::read(file, bytes_ + size_, capacity_ - size_)) > 0) {
-            size_ += static_cast<std::size_t>(count);
-        }
-        ::close(file);
-        return size_ == static_cast<std::size_t>(attributes.st_size);
-    }
-
-    [[nodiscard]] std::string_view text() const { return {bytes_, size_}; }
-
-private:
-    void reserve(std::size_t size) {
-        constexpr std::size_t page = 4096;
-        if (size > capacity_) {
-            std::free(pages_);
-            const std::size_t count = (size + page / 2 + page - 1) / page;
-            pages_ = static_cast<char*>(std::aligned_alloc(page, count * page));
-            bytes_ = pages_ + page / 2;
-            capacity_ = size;
-        }
-    }
-
-    char* pages_ = nullptr;
-    char* bytes_ = nullptr;
-    std::size_t size_ = 0;
-    std::size_t capacity_ = 0;
-};
 
 /// One connection to the service.
 class Connection {
 public:
-    Connection(const Task& task, CurlSettings& settings) : easy_(curl_easy_init()) {
+    explicit Connection(const Task& task) : easy_(curl_easy_init()) {
         authorization_ = "Authorization: Bearer " + task.token;
         peer_ = curl_slist_append(nullptr, ("::127.0.0.1:" + std::to_string(task.port)).c_str());
         std::string authority = task.authority;
@@ -108,19 +65,11 @@ public:
         set(CURLOPT_PROXY, "");
         set(CURLOPT_NOSIGNAL, 1L);
         set(CURLOPT_HTTP_VERSION, static_cast<long>(CURL_HTTP_VERSION_1_1));
-        set(CURLOPT_UPLOAD_BUFFERSIZE, settings.uploadBufferSize);
-        set(CURLOPT_OPENSOCKETFUNCTION, &openSocket);
-        set(CURLOPT_OPENSOCKETDATA, &settings);
+        set(CURLOPT_UPLOAD_BUFFERSIZE, 512L * 1024);
         set(CURLOPT_WRITEFUNCTION, &append);
         set(CURLOPT_WRITEDATA, &answer_);
         set(CURLOPT_HEADERFUNCTION, &append);
         set(CURLOPT_HEADERDATA, &head_);
-        if (settings.hasThreads) {
-            network_.emplace();
-            set(CURLOPT_NOPROGRESS, 0L);
-            set(CURLOPT_XFERINFOFUNCTION, &Connection::advance);
-            set(CURLOPT_XFERINFODATA, this);
-        }
         json_ = fields(jsonType);
         content_ = fields(noType);
     }
@@ -166,7 +115,6 @@ private:
     bool post(const std::string& url, std::string_view body, curl_slist* headers) {
         set(CURLOPT_POSTFIELDS, body.empty() ? "" : body.data());
         set(CURLOPT_POSTFIELDSIZE_LARGE, static_cast<curl_off_t>(body.size()));
-        isContent_ = headers == content_;
         return perform(url, headers);
     }
 
@@ -176,17 +124,9 @@ private:
         set(CURLOPT_URL, url.c_str());
         set(CURLOPT_HTTPHEADER, headers);
         long status = 0;
-        const auto code = network_ ? network_->perform(easy_) : curl_easy_perform(easy_);
+        const auto code = curl_easy_perform(easy_);
         curl_easy_getinfo(easy_, CURLINFO_RESPONSE_CODE, &status);
         return code == CURLE_OK && status == 200;
-    }
-
-    static int advance(void* self, curl_off_t, curl_off_t, curl_off_t, curl_off_t sent) {
-        auto& connection = *static_cast<Connection*>(self);
-        if (std::exchange(connection.sent_, sent) != sent && sent > 0 && connection.isContent_) {
-            connection.network_->tellMainThread();
-        }
-        return 0;
     }
 
     CURL* easy_;
@@ -196,9 +136,6 @@ private:
     curl_slist* content_ = nullptr;
     std::string head_;
     std::string answer_;
-    bool isContent_ = false;
-    curl_off_t sent_ = 0;
-    std::optional<NetworkThread> network_;
 };
 
 std::string folderIn(const std::string& parent) {
@@ -226,14 +163,14 @@ std::string destination(Connection& connection) {
     return connection.post(api, folderIn(connection.id())) ? connection.id() : std::string();
 }
 
-bool shareFiles(const Task& task, CurlSettings settings) {
-    Connection connection(task, settings);
+bool shareFiles(const Task& task) {
+    Connection connection(task);
     const std::string folder = destination(connection);
-    FileBuffer buffer;
+    std::string content;
     for (const auto& file : task.files) {
         const bool isSent = connection.post(uploads, fileIn(folder, file.filename().string())) &&
-                            buffer.read(file) &&
-                            connection.postContent(connection.location(), buffer.text());
+                            readFile(file, content) &&
+                            connection.postContent(connection.location(), content);
         if (!isSent) {
             return false;
         }
@@ -247,19 +184,19 @@ bool shareFiles(const Task& task, CurlSettings settings) {
 
 } // namespace
 
-Outcome shareWithCurl(const Task& task, const CurlSettings& settings) {
+Outcome shareWithCurl(const Task& task) {
     curl_global_init(CURL_GLOBAL_DEFAULT);
     std::vector<char> isShared(task.jobs);
     std::vector<std::jthread> others;
     for (std::size_t job = 1; job < task.jobs; ++job) {
-        others.emplace_back([&, job] { isShared[job] = shareFiles(task, settings); });
+        others.emplace_back([&, job] { isShared[job] = shareFiles(task); });
     }
-    isShared[0] = shareFiles(task, settings);
+    isShared[0] = shareFiles(task);
     others.clear();
     if (!std::ranges::all_of(isShared, [](char shared) { return shared != 0; })) {
         return std::unexpected("a request failed");
     }
-    return 0;
+    return {};
 }
 
 } // namespace cirrus::bench

@@ -21,8 +21,6 @@ struct Arguments {
     std::filesystem::path folder;
     std::filesystem::path authorityFile;
     Task task;
-    CirrusSettings cirrus;
-    CurlSettings curl;
 };
 
 void describe(CLI::App& app, Arguments& arguments) {
@@ -32,13 +30,6 @@ void describe(CLI::App& app, Arguments& arguments) {
     app.add_option("--ca", arguments.authorityFile, "The certificate to trust")->required();
     app.add_option("--token", arguments.task.token, "Access token")->required();
     app.add_option("--jobs", arguments.task.jobs, "Shares of the same files, all at once");
-    app.add_flag("--dropping-log", arguments.cirrus.logsToNowhere,
-                 "cirrus: log to a sink that drops every line");
-    app.add_option("--upload-buffer", arguments.curl.uploadBufferSize, "curl: in bytes");
-    app.add_option("--unsent-backlog", arguments.curl.unsentBacklog,
-                   "curl: limit of what the kernel holds unsent, in bytes");
-    app.add_flag("--threads", arguments.curl.hasThreads,
-                 "curl: requests on a thread of their own, and a main thread for progress");
     app.add_option("folder", arguments.folder, "Folder of the files to share")->required();
 }
 
@@ -80,9 +71,8 @@ long statusOf(std::string_view key) {
 int run(const Arguments& arguments) {
     const double processorBefore = processorSeconds();
     const auto start = std::chrono::steady_clock::now();
-    const Outcome outcome = arguments.contender == "cirrus"
-                                ? shareWithCirrus(arguments.task, arguments.cirrus)
-                                : shareWithCurl(arguments.task, arguments.curl);
+    const Outcome outcome = arguments.contender == "cirrus" ? shareWithCirrus(arguments.task)
+                                                            : shareWithCurl(arguments.task);
     const std::chrono::duration<double> wall = std::chrono::steady_clock::now() - start;
     const double processor = processorSeconds() - processorBefore;
     if (!outcome) {
@@ -90,8 +80,7 @@ int run(const Arguments& arguments) {
         return 1;
     }
     std::cout << "wall " << wall.count() << " cpu " << processor << " peak_kib "
-              << statusOf("VmHWM:") << " threads " << statusOf("Threads:") << " callbacks "
-              << *outcome << '\n';
+              << statusOf("VmHWM:") << " threads " << statusOf("Threads:") << '\n';
     return 0;
 }
 

@@ -1,7 +1,7 @@
-// Two network namespaces with a link between them that takes its time: every packet is handed over
-// this long after it was sent, in order. For kernels that cannot delay packets themselves. Either
-// side sees the other's servers on 127.0.0.1. Usage: cirrus-bench-link NAMESPACE NAMESPACE
-// MICROSECONDS; the namespaces, made with `ip netns`, each have the TUN device "link0".
+// Joins two network namespaces by a link with a delay and, if wanted, a limited rate, for kernels
+// that cannot slow packets down themselves. Each namespace, made with `ip netns`, has the TUN
+// device "link0". A direction with a rate has a queue of 256 KiB; packets that do not fit are
+// dropped. Usage: cirrus-bench-link NAMESPACE NAMESPACE MICROSECONDS BITS_PER_SECOND (0: no limit)
 
 #include <fcntl.h>
 #include <linux/if.h>
@@ -11,7 +11,9 @@
 #include <sys/ioctl.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <array>
+#include <cerrno>
 #include <chrono>
 #include <cstdlib>
 #include <cstring>
@@ -24,7 +26,7 @@ namespace {
 
 using Clock = std::chrono::steady_clock;
 
-/// Opens the device of a namespace, which this thread enters for that; -1 when it cannot.
+/// Opens the device of a namespace, and leaves this thread in that namespace; -1 on failure.
 int openDevice(const std::string& name) {
     const int space = ::open(("/run/netns/" + name).c_str(), O_RDONLY | O_CLOEXEC);
     if (space < 0 || ::setns(space, CLONE_NEWNET) != 0) {
@@ -38,23 +40,33 @@ int openDevice(const std::string& name) {
     return ::ioctl(device, TUNSETIFF, &request) == 0 ? device : -1;
 }
 
+struct Speed {
+    Clock::duration delay;
+    double bitsPerSecond; ///< 0 for no limit
+};
+
 /// One direction of the link.
 class Lane {
 public:
-    Lane(int from, int to, Clock::duration delay) : from_(from), to_(to), delay_(delay) {}
+    Lane(int from, int to, Speed speed) : from_(from), to_(to), speed_(speed) {}
 
-    [[nodiscard]] int from() const { return from_; }
-
-    void takeIn() {
+    /// Queues every packet that waits to be sent.
+    void receive() {
         std::array<char, 65536> buffer{};
         ssize_t size = 0;
         while ((size = ::read(from_, buffer.data(), buffer.size())) > 0) {
-            packets_.push_back({Clock::now() + delay_, {buffer.data(), buffer.data() + size}});
+            const auto now = Clock::now();
+            const auto start = std::max(now, lineIsFree_);
+            if (start - now + timeOnLine(size) <= timeOnLine(queueSize)) {
+                lineIsFree_ = start + timeOnLine(size);
+                packets_.push_back(
+                    {lineIsFree_ + speed_.delay, {buffer.data(), buffer.data() + size}});
+            }
         }
     }
 
-    /// Hands over what is due; how long until the next packet is, at most `longest`.
-    Clock::duration handOver(Clock::duration longest) {
+    /// Delivers what is due. Returns how long until the next packet is, at most `longest`.
+    Clock::duration deliver(Clock::duration longest) {
         for (; !packets_.empty(); packets_.pop_front()) {
             const auto& [due, bytes] = packets_.front();
             if (const auto left = due - Clock::now(); left > Clock::duration::zero()) {
@@ -72,33 +84,45 @@ private:
         std::vector<char> bytes;
     };
 
+    static constexpr ssize_t queueSize = 256 * 1024;
+
+    /// How long the line needs for this many bytes.
+    [[nodiscard]] Clock::duration timeOnLine(ssize_t bytes) const {
+        if (speed_.bitsPerSecond == 0) {
+            return Clock::duration::zero();
+        }
+        return std::chrono::duration_cast<Clock::duration>(
+            std::chrono::duration<double>(static_cast<double>(bytes) * 8 / speed_.bitsPerSecond));
+    }
+
     int from_;
     int to_;
-    Clock::duration delay_;
+    Speed speed_;
+    Clock::time_point lineIsFree_; ///< when the last queued packet will have left the queue
     std::deque<Packet> packets_;
 };
 
-void relay(int left, int right, Clock::duration delay) {
-    Lane rightwards(left, right, delay);
-    Lane leftwards(right, left, delay);
+void relay(int left, int right, Speed speed) {
+    Lane rightwards(left, right, speed);
+    Lane leftwards(right, left, speed);
     while (true) {
-        const auto wait = leftwards.handOver(rightwards.handOver(std::chrono::seconds(1)));
+        const auto wait = leftwards.deliver(rightwards.deliver(std::chrono::seconds(1)));
         const auto nanoseconds = std::chrono::nanoseconds(wait).count();
         const timespec timeout{.tv_sec = nanoseconds / 1'000'000'000,
                                .tv_nsec = nanoseconds % 1'000'000'000};
         std::array<pollfd, 2> sources{{{.fd = left, .events = POLLIN, .revents = 0},
                                        {.fd = right, .events = POLLIN, .revents = 0}}};
         ::ppoll(sources.data(), sources.size(), &timeout, nullptr);
-        rightwards.takeIn();
-        leftwards.takeIn();
+        rightwards.receive();
+        leftwards.receive();
     }
 }
 
 } // namespace
 
 int main(int count, char** words) {
-    if (count != 4) {
-        std::cerr << "usage: " << words[0] << " NAMESPACE NAMESPACE MICROSECONDS\n";
+    if (count != 5) {
+        std::cerr << "usage: " << words[0] << " NAMESPACE NAMESPACE MICROSECONDS BITS_PER_SECOND\n";
         return 2;
     }
     const int left = openDevice(words[1]);
@@ -108,5 +132,7 @@ int main(int count, char** words) {
         return EXIT_FAILURE;
     }
     std::cout << "ready" << std::endl;
-    relay(left, right, std::chrono::microseconds(std::atol(words[3])));
+    relay(left, right,
+          {.delay = std::chrono::microseconds(std::atol(words[3])),
+           .bitsPerSecond = std::atof(words[4])});
 }

@@ -1,4 +1,4 @@
-"""Runs contenders against a fresh local Drive each time, pinned apart from it."""
+"""Runs both contenders, each time against a fresh emulator on the other core."""
 
 import contextlib
 import dataclasses
@@ -11,15 +11,14 @@ import sys
 
 CONTENDER_CORE = 0
 SERVER_CORE = 1
-ROUND_TRIP = 0.050
-NAMESPACES = ("cirrus-bench-client", "cirrus-bench-server")
+NAMESPACES = [f"cirrus-{side}-{os.getpid()}" for side in ("client", "server")]
+CONTENDERS = {"Cirrus": "cirrus", "bare libcurl": "curl"}
 
 
 @dataclasses.dataclass(frozen=True)
-class Contender:
-    name: str
-    arguments: tuple = ()
-    preload: str = ""
+class Link:
+    round_trip: float  # seconds
+    bits_per_second: int = 0  # 0: no limit
 
 
 @dataclasses.dataclass(frozen=True)
@@ -29,30 +28,26 @@ class Workload:
     files: int
     size: int
     rounds: int
-    contenders: tuple
+    marks: tuple
     jobs: int = 1
-    is_delayed: bool = False
+    link: Link | None = None
 
     @property
     def requests(self):
+        """To find and create the root folder, create the destination, share it and get its link;
+        two for each file."""
         return self.jobs * (2 * self.files + 5)
 
 
-class Figures:
-    """What the rounds of one contender came to: a list of numbers by name."""
-
-    def __init__(self):
-        self.rounds = {}
+class Figures(dict):
+    """What each round of one contender measured: a list of numbers by name."""
 
     def add(self, figures):
         for name, value in figures.items():
-            self.rounds.setdefault(name, []).append(value)
+            self.setdefault(name, []).append(value)
 
     def median(self, name):
-        return statistics.median(self.rounds[name])
-
-    def spread(self, name):
-        return min(self.rounds[name]), max(self.rounds[name])
+        return statistics.median(self[name])
 
 
 def as_root(*command):
@@ -64,17 +59,20 @@ def pinned(core, command, namespace=None):
     return [*entered, "taskset", "-c", str(core), *map(str, command)]
 
 
+def output_of(command):
+    return subprocess.run(command, check=True, text=True, stdout=subprocess.PIPE).stdout
+
+
 def pairs(line):
-    """The figures of a line of names and numbers in turn."""
+    """The figures of a line of alternating names and numbers."""
     words = line.split()
     return {name: float(value) for name, value in zip(words[::2], words[1::2])}
 
 
 class Server:
-    """A local Drive in a process of its own that keeps no contents."""
+    """An emulator in a process of its own. It keeps no contents, only their sizes."""
 
-    def __init__(self, bin_folder, authority, namespace=None):
-        self.authority = authority
+    def __init__(self, bin_folder, authority, namespace):
         self.process = subprocess.Popen(
             pinned(SERVER_CORE, [bin_folder / "cirrus-drive-emulator", "--discard", "--list",
                                  "--ca-file", authority, "--token", "token"], namespace),
@@ -82,13 +80,8 @@ class Server:
         lines = [self.process.stdout.readline() for _ in range(3)]
         self.port = int(lines[0].rsplit(":", 1)[1])
 
-    def processor_seconds(self):
-        fields = pathlib.Path(f"/proc/{self.process.pid}/stat").read_text().rsplit(")", 1)[1]
-        ticks = sum(int(field) for field in fields.split()[11:13])
-        return ticks / os.sysconf("SC_CLK_TCK")
-
     def stop(self):
-        """Ends it; how many files and bytes it has received."""
+        """Ends it. Returns how many files and bytes it has received."""
         self.process.send_signal(signal.SIGTERM)
         listing, _ = self.process.communicate()
         sizes = [int(line.split("\t")[1]) for line in listing.splitlines()]
@@ -96,8 +89,8 @@ class Server:
 
 
 @contextlib.contextmanager
-def delayed_link(bin_folder):
-    """Two network namespaces with half the round trip between them in each direction."""
+def joined_namespaces(bin_folder, link):
+    """Two network namespaces, one for the contender and one for the server, joined by `link`."""
 
     def within(namespace, *words):
         subprocess.run(as_root("ip", "-n", namespace, *words), check=True)
@@ -108,9 +101,11 @@ def delayed_link(bin_folder):
                                             ("127.0.0.1", "10.0.0.1")):
             subprocess.run(as_root("ip", "netns", "add", namespace), check=True)
             within(namespace, "tuntap", "add", "link0", "mode", "tun")
-            # The Drive listens on its loopback address only, so that is what the link leads to.
+            # The emulator listens on 127.0.0.1 only, so the link has to lead there. A connection must
+            # not profit from what the kernel learnt from the one before.
             subprocess.run(as_root("ip", "netns", "exec", namespace, "sysctl", "-q", "-w",
-                                   "net.ipv4.conf.link0.route_localnet=1"), check=True)
+                                   "net.ipv4.conf.link0.route_localnet=1",
+                                   "net.ipv4.tcp_no_metrics_save=1"), check=True)
             within(namespace, "link", "set", "link0", "up")
             if peer == "127.0.0.1":
                 within(namespace, "address", "add", address, "dev", "link0")
@@ -119,10 +114,10 @@ def delayed_link(bin_folder):
             within(namespace, "route", "add", peer, "dev", "link0", "src", address)
         relay = subprocess.Popen(
             pinned(SERVER_CORE, [bin_folder / "cirrus-bench-link", *NAMESPACES,
-                                 round(ROUND_TRIP / 2 * 1e6)]),
+                                 round(link.round_trip / 2 * 1e6), link.bits_per_second]),
             stdout=subprocess.PIPE, text=True)
         relay.stdout.readline()
-        yield
+        yield NAMESPACES
     finally:
         if relay:
             relay.terminate()
@@ -131,26 +126,25 @@ def delayed_link(bin_folder):
             subprocess.run(as_root("ip", "netns", "delete", namespace), check=False)
 
 
-def round_trip(bin_folder, authority):
-    """The median time that connecting over the delayed link takes, in seconds."""
+def measured_round_trip(bin_folder, authority, namespaces):
+    """The median time that connecting over the link takes, in seconds."""
     probe = ("import socket, statistics, sys, time\n"
              "def connect():\n"
              "    start = time.monotonic()\n"
              "    with socket.create_connection(('127.0.0.1', int(sys.argv[1]))):\n"
              "        return time.monotonic() - start\n"
              "print(statistics.median(connect() for _ in range(31)))")
-    client, server_side = NAMESPACES
+    client, server_side = namespaces
     server = Server(bin_folder, authority, server_side)
     try:
-        return float(subprocess.run(
-            pinned(CONTENDER_CORE, [sys.executable, "-c", probe, server.port], client),
-            check=True, text=True, stdout=subprocess.PIPE).stdout)
+        return float(output_of(pinned(CONTENDER_CORE, [sys.executable, "-c", probe, server.port],
+                                      client)))
     finally:
         server.stop()
 
 
 def make_files(folder, workload):
-    """Distinct names; large contents are stored once."""
+    """Files of distinct names that all are the same random bytes, stored once."""
     folder.mkdir()
     first = folder / "00000.bin"
     with open(first, "wb") as file:
@@ -160,41 +154,44 @@ def make_files(folder, workload):
         os.link(first, folder / f"{number:05}.bin")
 
 
-def run_once(bin_folder, folder, workload, contender):
-    """One run of one contender in a fresh process; checks that everything arrived."""
-    client, server_side = NAMESPACES if workload.is_delayed else (None, None)
-    server = Server(bin_folder, folder.parent / "authority.pem", server_side)
+def run_once(bin_folder, folder, workload, contender, namespaces):
+    """One run in a process of its own. Raises unless every byte has arrived."""
+    client, server_side = namespaces
+    authority = folder.parent / "authority.pem"
+    server = Server(bin_folder, authority, server_side)
     try:
-        environment = dict(os.environ, LD_PRELOAD=contender.preload)
-        command = pinned(CONTENDER_CORE,
-                         [bin_folder / "cirrus-bench-contender", "--server", server.port, "--ca",
-                          server.authority, "--token", "token", "--jobs", workload.jobs,
-                          *contender.arguments, folder], client)
-        figures = pairs(subprocess.run(command, env=environment, check=True, text=True,
-                                       stdout=subprocess.PIPE).stdout)
-        figures["server"] = server.processor_seconds()
+        figures = pairs(output_of(pinned(
+            CONTENDER_CORE,
+            [bin_folder / "cirrus-bench-contender", "--contender", CONTENDERS[contender],
+             "--server", server.port, "--ca", authority, "--token", "token",
+             "--jobs", workload.jobs, folder], client)))
     finally:
         received = server.stop()
     files = workload.jobs * workload.files
     if received != (files, files * workload.size):
-        raise RuntimeError(f"{workload.key}, {contender.name}: {received} has arrived")
+        raise RuntimeError(f"{workload.title}, {contender}: {received} arrived")
     return figures
 
 
 def measure(bin_folder, scratch, workload, factor):
-    """The figures of each contender by name; the contenders take turns."""
+    """The figures of both contenders by name. In every other round the second goes first."""
     folder = pathlib.Path(scratch) / workload.key
     make_files(folder, workload)
-    figures = {contender.name: Figures() for contender in workload.contenders}
-    with delayed_link(bin_folder) if workload.is_delayed else contextlib.nullcontext():
-        extra = {}
-        if workload.is_delayed:
-            extra["round trip"] = round_trip(bin_folder, folder.parent / "authority.pem")
-        else:  # brings the files into memory
-            run_once(bin_folder, folder, workload, workload.contenders[0])
-        for number in range(max(1, round(workload.rounds * factor))):
-            turn = number % len(workload.contenders)
-            for contender in workload.contenders[turn:] + workload.contenders[:turn]:
-                one = run_once(bin_folder, folder, workload, contender)
-                figures[contender.name].add(one | extra)
+    figures = {contender: Figures() for contender in CONTENDERS}
+    with contextlib.ExitStack() as stack:
+        namespaces = (None, None)
+        if workload.link:
+            namespaces = stack.enter_context(joined_namespaces(bin_folder, workload.link))
+            figures["Cirrus"].add({"round trip": measured_round_trip(
+                bin_folder, folder.parent / "authority.pem", namespaces)})
+        else:  # loads the programs and the files into memory
+            run_once(bin_folder, folder, workload, "Cirrus", namespaces)
+        rounds = max(1, round(workload.rounds * factor))
+        for number in range(rounds):
+            print(f"\r{workload.title}: round {number + 1} of {rounds}", end="", file=sys.stderr,
+                  flush=True)
+            for contender in list(CONTENDERS)[::-1 if number % 2 else 1]:
+                figures[contender].add(
+                    run_once(bin_folder, folder, workload, contender, namespaces))
+        print(file=sys.stderr)
     return figures

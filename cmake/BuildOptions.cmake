@@ -3,7 +3,7 @@ add_library(cirrus_build_options INTERFACE)
 target_compile_options(cirrus_build_options INTERFACE -Wall -Wextra -Wpedantic -Wconversion -Wshadow)
 # GCC 12 sees uninitialised memory in the moves of any variant that holds a string.
 target_compile_options(cirrus_build_options INTERFACE $<$<CXX_COMPILER_ID:GNU>:-Wno-maybe-uninitialized>)
-target_include_directories(cirrus_build_options INTERFACE ${PROJECT_SOURCE_DIR})
+target_include_directories(cirrus_build_options INTERFACE ${PROJECT_SOURCE_DIR} ${PROJECT_SOURCE_DIR}/include)
 
 if(CIRRUS_SANITIZERS)
     add_compile_options(-fsanitize=${CIRRUS_SANITIZERS} -fno-sanitize-recover=all -fno-omit-frame-pointer)

@@ -19,11 +19,9 @@ if(CIRRUS_INSTALL_STATIC)
 endif()
 
 if(CIRRUS_BUILD_EMULATOR)
-    # Their includes begin with "emulator/", hence a folder of their own.
     install(TARGETS cirrus_emulator cirrus_local_drive EXPORT CirrusEmulatorTargets
         ARCHIVE COMPONENT development
-        FILE_SET HEADERS
-            DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/cirrus-emulator COMPONENT development)
+        FILE_SET HEADERS COMPONENT development)
     install(EXPORT CirrusEmulatorTargets NAMESPACE Cirrus::
         DESTINATION ${cirrus_config_folder} COMPONENT development)
     install(TARGETS cirrus-drive-emulator RUNTIME COMPONENT development)

@@ -62,7 +62,7 @@ bool setSerialNumber(X509* certificate) {
            ASN1_INTEGER_set_uint64(X509_get_serialNumber(certificate), serial >> 1U) == 1;
 }
 
-/// A certificate without an issuer and a signature.
+/// A certificate that still lacks its issuer, extensions and signature.
 Certificate draftCertificate(const char* commonName, EVP_PKEY* key) {
     Certificate certificate(X509_new());
     if (!certificate || X509_set_version(certificate.get(), X509_VERSION_3) != 1 ||
@@ -114,26 +114,18 @@ std::string alternativeNames(const std::vector<std::string>& hosts) {
 
 } // namespace
 
-struct Sha256::State {
-    std::unique_ptr<EVP_MD_CTX, Deleter<EVP_MD_CTX_free>> context{EVP_MD_CTX_new()};
-};
-
-Sha256::Sha256() : state_(std::make_unique<State>()) {
-    EVP_DigestInit_ex(state_->context.get(), EVP_sha256(), nullptr);
+Sha256::Sha256() : context_(EVP_MD_CTX_new(), EVP_MD_CTX_free) {
+    EVP_DigestInit_ex(context_.get(), EVP_sha256(), nullptr);
 }
 
-Sha256::Sha256(Sha256&&) noexcept = default;
-Sha256& Sha256::operator=(Sha256&&) noexcept = default;
-Sha256::~Sha256() = default;
-
 void Sha256::update(std::string_view bytes) {
-    EVP_DigestUpdate(state_->context.get(), bytes.data(), bytes.size());
+    EVP_DigestUpdate(context_.get(), bytes.data(), bytes.size());
 }
 
 std::string Sha256::finish() {
     std::array<unsigned char, EVP_MAX_MD_SIZE> digest{};
     unsigned int size = 0;
-    EVP_DigestFinal_ex(state_->context.get(), digest.data(), &size);
+    EVP_DigestFinal_ex(context_.get(), digest.data(), &size);
     constexpr std::string_view digits = "0123456789abcdef";
     std::string text;
     for (const unsigned char byte : std::span(digest).first(size)) {
@@ -181,7 +173,7 @@ std::string randomIdentifier(std::size_t length) {
         "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789-_";
     std::string text(length, '\0');
     if (RAND_bytes(reinterpret_cast<unsigned char*>(text.data()), static_cast<int>(length)) != 1) {
-        std::abort(); // no randomness left: nothing made from here on would be unguessable
+        std::abort(); // without random bytes, identifiers could be guessed
     }
     for (char& character : text) {
         character = alphabet[static_cast<unsigned char>(character) % alphabet.size()];

@@ -1,11 +1,11 @@
-#include "emulator/Emulator.h"
+#include <Cirrus/emulator/Emulator.h>
 
 #include <mutex>
 #include <utility>
 
 #include "emulator/Crypto.h"
-#include "emulator/DriveApi.h"
-#include "emulator/HttpsServer.h"
+#include "emulator/drive/DriveApi.h"
+#include "emulator/http/HttpsServer.h"
 
 namespace cirrus::emulator {
 
@@ -21,16 +21,13 @@ public:
     }
 
     [[nodiscard]] std::optional<Answer> operator()(const Request& request) const {
-        const std::shared_ptr<const RequestHook> hook = current();
+        std::unique_lock lock(mutex_);
+        const std::shared_ptr<const RequestHook> hook = hook_;
+        lock.unlock();
         return hook && *hook ? (*hook)(request) : std::nullopt;
     }
 
 private:
-    [[nodiscard]] std::shared_ptr<const RequestHook> current() const {
-        const std::scoped_lock lock(mutex_);
-        return hook_;
-    }
-
     mutable std::mutex mutex_;
     std::shared_ptr<const RequestHook> hook_;
 };
@@ -45,11 +42,20 @@ public:
           contents_(contents),
           api_(state, token) {}
 
-    void connectionAccepted() override { state.countAccepted(); }
+    void connectionAccepted() override {
+        state.record([](Snapshot& seen) {
+            ++seen.connectionsAccepted;
+            ++seen.connectionsOpen;
+        });
+    }
 
-    void handshakeDone() override { state.countHandshake(); }
+    void handshakeDone() override {
+        state.record([](Snapshot& seen) { ++seen.tlsHandshakes; });
+    }
 
-    void connectionClosed() override { state.countClosed(); }
+    void connectionClosed() override {
+        state.record([](Snapshot& seen) { --seen.connectionsOpen; });
+    }
 
     std::optional<Answer> answerToHead(const Request& head) override { return headHook(head); }
 
@@ -57,10 +63,17 @@ public:
         return isContentUpload(head) ? contents_ : ContentPolicy::keep;
     }
 
-    void bodyBytesRead(std::uint64_t size) override { state.countBodyBytes(size); }
+    void bodyBytesRead(std::uint64_t size) override {
+        state.record([&](Snapshot& seen) { seen.bodyBytesReceived += size; });
+    }
 
     std::size_t requestRead(const Request& request) override {
-        return state.recordRequest(request);
+        std::size_t index = 0;
+        state.record([&](Snapshot& seen) {
+            index = seen.requests.size();
+            seen.requests.push_back({request, std::nullopt});
+        });
+        return index;
     }
 
     Answer answer(const Request& request) override {
@@ -68,8 +81,8 @@ public:
         return hooked ? std::move(*hooked) : api_.answer(request);
     }
 
-    void answering(std::size_t request, unsigned status) override {
-        state.recordStatus(request, status);
+    void answering(std::size_t index, unsigned status) override {
+        state.record([&](Snapshot& seen) { seen.requests[index].status = status; });
     }
 
     const std::string token;
@@ -83,7 +96,7 @@ private:
     DriveApi api_;
 
 public:
-    std::unique_ptr<HttpsServer> server; // last: it ends before all that its threads use
+    std::unique_ptr<HttpsServer> server; // last: destroyed before what its threads use
 };
 
 std::expected<std::unique_ptr<Emulator>, EmulatorError> Emulator::start(Options options) {
@@ -137,13 +150,14 @@ void Emulator::setHeadHook(RequestHook hook) {
     running_->headHook.set(std::move(hook));
 }
 
-std::string Emulator::addFolder(std::string name, std::string parentId) {
+std::optional<std::string> Emulator::addFolder(std::string name, std::string parentId) {
     FileMetadata metadata{
         .name = std::move(name), .mimeType = std::string(folderMimeType), .parents = {}};
     if (!parentId.empty()) {
         metadata.parents.push_back(std::move(parentId));
     }
-    return running_->state.addFile(std::move(metadata), {}).value().id;
+    auto folder = running_->state.addFile(std::move(metadata), {});
+    return folder ? std::optional(std::move(folder->id)) : std::nullopt;
 }
 
 bool Emulator::trash(std::string_view id) {

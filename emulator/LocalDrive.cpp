@@ -1,8 +1,8 @@
-#include "emulator/LocalDrive.h"
+#include <Cirrus/emulator/LocalDrive.h>
 
 #include <utility>
 
-#include "Cirrus/platform/LoopbackPeer.h"
+#include "Cirrus/platform/http/TestServer.h"
 
 namespace cirrus::emulator {
 
@@ -12,14 +12,14 @@ LocalDrive::start(LocalDriveOptions options) {
     if (!emulator) {
         return std::unexpected(emulator.error());
     }
-    setLoopbackPeer(LoopbackPeer{.port = (*emulator)->port(),
-                                 .certificateAuthority = (*emulator)->certificateAuthority(),
-                                 .idleLimit = options.idleLimit});
+    connectToTestServer(TestServer{.port = (*emulator)->port(),
+                                   .certificateAuthority = (*emulator)->certificateAuthority(),
+                                   .idleLimit = options.idleLimit});
     return std::unique_ptr<LocalDrive>(new LocalDrive(std::move(*emulator)));
 }
 
 LocalDrive::~LocalDrive() {
-    setLoopbackPeer(std::nullopt);
+    connectToTestServer(std::nullopt);
 }
 
 } // namespace cirrus::emulator

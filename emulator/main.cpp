@@ -10,7 +10,7 @@
 #include <CLI/CLI.hpp>
 
 #include "emulator/Crypto.h"
-#include "emulator/Emulator.h"
+#include <Cirrus/emulator/Emulator.h>
 
 namespace {
 
@@ -35,7 +35,7 @@ void describe(CLI::App& app, Arguments& arguments) {
     app.add_flag("--list", arguments.list, "List at the end what was uploaded");
 }
 
-/// A file that is removed at the end when it was not asked for by name.
+/// The file for the certificate. Without a wanted path it is temporary and removed at the end.
 class AuthorityFile {
 public:
     explicit AuthorityFile(std::filesystem::path wanted)
@@ -78,7 +78,7 @@ sigset_t endSignals() {
 }
 
 void list(const emulator::Snapshot& snapshot) {
-    for (const emulator::File& file : snapshot.files) {
+    for (const emulator::DriveFile& file : snapshot.files) {
         if (!file.isFolder()) {
             std::cout << snapshot.pathOf(file) << '\t' << file.content.size << '\t'
                       << (file.content.sha256.empty() ? "-" : file.content.sha256) << '\n';
@@ -88,10 +88,11 @@ void list(const emulator::Snapshot& snapshot) {
 }
 
 int run(Arguments arguments) {
-    // Blocked before the first thread starts, so that every thread leaves them to sigwait.
+    // Blocked before the first thread starts, so that all threads inherit that and sigwait gets
+    // them.
     const sigset_t signals = endSignals();
     pthread_sigmask(SIG_BLOCK, &signals, nullptr);
-    // Nothing here reads the bytes back, so they are never kept.
+    // Nothing in this program reads contents back, so their bytes are never kept.
     arguments.options.contents =
         arguments.discard ? emulator::ContentPolicy::discard : emulator::ContentPolicy::digest;
     const auto drive = emulator::Emulator::start(std::move(arguments.options));
@@ -118,7 +119,7 @@ int run(Arguments arguments) {
 
 } // namespace
 
-// NOLINTNEXTLINE(bugprone-exception-escape): nobody is left to tell but the runtime
+// NOLINTNEXTLINE(bugprone-exception-escape): out of memory ends this program in any case
 int main(int count, char** words) {
     CLI::App app{"A local Google Drive for trying out and measuring its clients."};
     Arguments arguments;

@@ -1,33 +1,26 @@
 #include "Cirrus/records/File.h"
 
+#include "Cirrus/records/RecordCoder.h"
+
 namespace cirrus {
 
-Result<File, DecodingError> File::decode(JsonValue json) {
-    RecordDecoder decoder(json);
-    return decoder.finish(File{.identifier = decoder.text(CodingKeys::identifier),
-                               .kind = decoder.text(CodingKeys::kind),
-                               .name = decoder.text(CodingKeys::name),
-                               .mimeType = decoder.text(CodingKeys::mimeType),
-                               .webLink = decoder.optionalUrl(CodingKeys::webLink),
-                               .downloadLink = decoder.optionalUrl(CodingKeys::downloadLink)});
+namespace {
+
+constexpr std::tuple fields(RecordField{File::CodingKeys::identifier, &File::identifier},
+                            RecordField{File::CodingKeys::kind, &File::kind},
+                            RecordField{File::CodingKeys::name, &File::name},
+                            RecordField{File::CodingKeys::mimeType, &File::mimeType},
+                            RecordField{File::CodingKeys::webLink, &File::webLink},
+                            RecordField{File::CodingKeys::downloadLink, &File::downloadLink});
+
+} // namespace
+
+Result<File, DecodingError> File::decode(const JsonValue& json) {
+    return decodeRecord<File>(json, fields);
 }
 
 JsonValue File::encode() const {
-    JsonValue::Object object;
-    const auto put = [&object](CodingKeys key, const std::string& text) {
-        object.emplace_back(keyText(key), text);
-    };
-    put(CodingKeys::identifier, identifier);
-    put(CodingKeys::kind, kind);
-    put(CodingKeys::name, name);
-    put(CodingKeys::mimeType, mimeType);
-    if (webLink) {
-        put(CodingKeys::webLink, webLink->text());
-    }
-    if (downloadLink) {
-        put(CodingKeys::downloadLink, downloadLink->text());
-    }
-    return object;
+    return encodeRecord(*this, fields);
 }
 
 } // namespace cirrus

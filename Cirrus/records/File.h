@@ -5,9 +5,12 @@
 #include <string>
 #include <string_view>
 
-#include "Cirrus/platform/Json.h"
-#include "Cirrus/platform/Url.h"
-#include "Cirrus/records/RecordDecoder.h"
+#include <Cirrus/Error.h>
+#include <Cirrus/Url.h>
+
+#include "Cirrus/platform/formats/JsonValue.h"
+#include "Cirrus/records/CodingKey.h"
+#include "Cirrus/records/DecodingError.h"
 
 namespace cirrus {
 
@@ -27,7 +30,7 @@ struct File {
     std::optional<Url> webLink;
     std::optional<Url> downloadLink;
 
-    [[nodiscard]] static Result<File, DecodingError> decode(JsonValue json);
+    [[nodiscard]] static Result<File, DecodingError> decode(const JsonValue& json);
 
     /// The mirror of `decode`; an absent link has no key.
     [[nodiscard]] JsonValue encode() const;

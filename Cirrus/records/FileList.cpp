@@ -1,25 +1,24 @@
 #include "Cirrus/records/FileList.h"
 
+#include "Cirrus/records/RecordCoder.h"
+
 namespace cirrus {
 
-Result<FileList, DecodingError> FileList::decode(JsonValue json) {
-    RecordDecoder decoder(json);
-    return decoder.finish(
-        FileList{.kind = decoder.text(CodingKeys::kind),
-                 .incompleteSearch = decoder.boolean(CodingKeys::incompleteSearch),
-                 .files = decoder.list<File>(CodingKeys::files)});
+namespace {
+
+constexpr std::tuple fields(RecordField{FileList::CodingKeys::kind, &FileList::kind},
+                            RecordField{FileList::CodingKeys::incompleteSearch,
+                                        &FileList::incompleteSearch},
+                            RecordField{FileList::CodingKeys::files, &FileList::files});
+
+} // namespace
+
+Result<FileList, DecodingError> FileList::decode(const JsonValue& json) {
+    return decodeRecord<FileList>(json, fields);
 }
 
 JsonValue FileList::encode() const {
-    JsonValue::Array elements;
-    for (const auto& file : files) {
-        elements.push_back(file.encode());
-    }
-    return JsonValue::Object{
-        {std::string(keyText(CodingKeys::kind)), kind},
-        {std::string(keyText(CodingKeys::incompleteSearch)), incompleteSearch},
-        {std::string(keyText(CodingKeys::files)), std::move(elements)},
-    };
+    return encodeRecord(*this, fields);
 }
 
 } // namespace cirrus

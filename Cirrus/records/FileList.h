@@ -21,12 +21,10 @@ struct FileList {
     bool incompleteSearch = false;
     std::vector<File> files;
 
-    [[nodiscard]] static Result<FileList, DecodingError> decode(JsonValue json);
+    [[nodiscard]] static Result<FileList, DecodingError> decode(const JsonValue& json);
 
     /// The mirror of `decode`.
     [[nodiscard]] JsonValue encode() const;
-
-    friend bool operator==(const FileList&, const FileList&) = default;
 };
 
 } // namespace cirrus

@@ -1,28 +1,27 @@
 #include "Cirrus/records/Permission.h"
 
+#include "Cirrus/records/RecordCoder.h"
+
 namespace cirrus {
 
-Result<Permission, DecodingError> Permission::decode(JsonValue json) {
-    RecordDecoder decoder(json);
-    return decoder.finish(
-        Permission{.kind = decoder.text(CodingKeys::kind),
-                   .identifier = decoder.text(CodingKeys::identifier),
-                   .type = decoder.text(CodingKeys::type),
-                   .role = decoder.text(CodingKeys::role),
-                   .allowFileDiscovery = decoder.optionalBoolean(CodingKeys::allowFileDiscovery)});
+namespace {
+
+constexpr std::tuple fields(RecordField{Permission::CodingKeys::kind, &Permission::kind},
+                            RecordField{Permission::CodingKeys::identifier,
+                                        &Permission::identifier},
+                            RecordField{Permission::CodingKeys::type, &Permission::type},
+                            RecordField{Permission::CodingKeys::role, &Permission::role},
+                            RecordField{Permission::CodingKeys::allowFileDiscovery,
+                                        &Permission::allowFileDiscovery});
+
+} // namespace
+
+Result<Permission, DecodingError> Permission::decode(const JsonValue& json) {
+    return decodeRecord<Permission>(json, fields);
 }
 
 JsonValue Permission::encode() const {
-    JsonValue::Object object{
-        {std::string(keyText(CodingKeys::kind)), kind},
-        {std::string(keyText(CodingKeys::identifier)), identifier},
-        {std::string(keyText(CodingKeys::type)), type},
-        {std::string(keyText(CodingKeys::role)), role},
-    };
-    if (allowFileDiscovery) {
-        object.emplace_back(keyText(CodingKeys::allowFileDiscovery), *allowFileDiscovery);
-    }
-    return object;
+    return encodeRecord(*this, fields);
 }
 
 } // namespace cirrus

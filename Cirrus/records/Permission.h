@@ -5,7 +5,11 @@
 #include <string>
 #include <string_view>
 
-#include "Cirrus/records/RecordDecoder.h"
+#include <Cirrus/Error.h>
+
+#include "Cirrus/platform/formats/JsonValue.h"
+#include "Cirrus/records/CodingKey.h"
+#include "Cirrus/records/DecodingError.h"
 
 namespace cirrus {
 
@@ -24,12 +28,10 @@ struct Permission {
     std::string role;
     std::optional<bool> allowFileDiscovery;
 
-    [[nodiscard]] static Result<Permission, DecodingError> decode(JsonValue json);
+    [[nodiscard]] static Result<Permission, DecodingError> decode(const JsonValue& json);
 
     /// The mirror of `decode`; an absent `allowFileDiscovery` has no key.
     [[nodiscard]] JsonValue encode() const;
-
-    friend bool operator==(const Permission&, const Permission&) = default;
 };
 
 } // namespace cirrus

@@ -1,18 +1,24 @@
 #include "Cirrus/records/ServiceError.h"
 
-#include <utility>
+#include "Cirrus/records/RecordCoder.h"
 
 namespace cirrus {
 
-Result<ServiceError, DecodingError> ServiceError::decode(JsonValue json) {
-    RecordDecoder container(json);
-    auto envelope = container.finish(container.nested(ContainerKeys::error));
-    if (!envelope) {
-        return std::unexpected(std::move(envelope).error());
+namespace {
+
+constexpr std::tuple fields(RecordField{ServiceError::ServiceErrorKeys::code, &ServiceError::code},
+                            RecordField{ServiceError::ServiceErrorKeys::message,
+                                        &ServiceError::message});
+
+} // namespace
+
+Result<ServiceError, DecodingError> ServiceError::decode(const JsonValue& json) {
+    const auto key = keyText(ContainerKeys::error);
+    const auto* envelope = json.is_object() ? findMember(json, key) : nullptr;
+    if (envelope == nullptr) {
+        return std::unexpected(DecodingError{.key = std::string(key), .reason = "missing or null"});
     }
-    RecordDecoder decoder(*envelope);
-    return decoder.finish(ServiceError{.code = decoder.wholeNumber(ServiceErrorKeys::code),
-                                       .message = decoder.text(ServiceErrorKeys::message)});
+    return decodeRecord<ServiceError>(*envelope, fields);
 }
 
 std::string ServiceError::diagnosticText() const {

@@ -6,7 +6,11 @@
 #include <string>
 #include <string_view>
 
-#include "Cirrus/records/RecordDecoder.h"
+#include <Cirrus/Error.h>
+
+#include "Cirrus/platform/formats/JsonValue.h"
+#include "Cirrus/records/CodingKey.h"
+#include "Cirrus/records/DecodingError.h"
 
 namespace cirrus {
 
@@ -27,14 +31,12 @@ struct ServiceError {
     std::int64_t code = 0;
     std::string message;
 
-    [[nodiscard]] static Result<ServiceError, DecodingError> decode(JsonValue json);
+    [[nodiscard]] static Result<ServiceError, DecodingError> decode(const JsonValue& json);
 
     [[nodiscard]] std::string diagnosticText() const;
 
     /// The service's own message, unchanged; never absent.
     [[nodiscard]] std::optional<std::string> errorDescription() const { return message; }
-
-    friend bool operator==(const ServiceError&, const ServiceError&) = default;
 };
 
 } // namespace cirrus

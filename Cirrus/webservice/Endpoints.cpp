@@ -1,28 +1,18 @@
 #include "Cirrus/webservice/Endpoints.h"
 
-#include <string_view>
-
 namespace cirrus::endpoints {
 
-namespace {
+// Parsed at each call: a static object would be gone for a step that runs while the process exits.
+// NOLINTBEGIN(bugprone-unchecked-optional-access): the constants are well-formed
 
-/// Never destroyed: a step may still run while the process ends.
-const Url& lasting(std::string_view constant) {
-    // NOLINTNEXTLINE(bugprone-unchecked-optional-access): the constants are well-formed
-    return *new Url(*Url::parse(constant));
+Url api() {
+    return *Url::parse("https://www.googleapis.com/drive/v3");
 }
 
-} // namespace
-
-const Url& api() {
-    static const Url& url = lasting("https://www.googleapis.com/drive/v3");
-    return url;
+Url upload() {
+    return *Url::parse("https://www.googleapis.com/upload/drive/v3/files?uploadType=resumable");
 }
 
-const Url& upload() {
-    static const Url& url =
-        lasting("https://www.googleapis.com/upload/drive/v3/files?uploadType=resumable");
-    return url;
-}
+// NOLINTEND(bugprone-unchecked-optional-access)
 
 } // namespace cirrus::endpoints

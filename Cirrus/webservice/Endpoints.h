@@ -1,13 +1,13 @@
 #pragma once
 
-#include "Cirrus/platform/Url.h"
+#include <Cirrus/Url.h>
 
 namespace cirrus::endpoints {
 
-/// What every path of the Drive API is relative to.
-[[nodiscard]] const Url& api();
+/// The base of every path of the Drive API.
+[[nodiscard]] Url api();
 
 /// Where resumable upload sessions are opened.
-[[nodiscard]] const Url& upload();
+[[nodiscard]] Url upload();
 
 } // namespace cirrus::endpoints

@@ -2,7 +2,9 @@
 
 #include <utility>
 
-#include "Cirrus/platform/DateFormatter.h"
+#include "Cirrus/platform/formats/Json.h"
+#include "Cirrus/platform/formats/LocalTime.h"
+#include "Cirrus/platform/http/HttpSession.h"
 #include "Cirrus/webservice/Endpoints.h"
 
 namespace cirrus {
@@ -16,24 +18,18 @@ std::string keyOf(CodingKey auto key) {
     return std::string(keyText(key));
 }
 
-JsonValue listOf(std::string element) {
-    JsonValue::Array list;
-    list.emplace_back(std::move(element));
-    return list;
-}
-
-/// The record of a classified answer; an error passes unchanged.
+/// The record in a classified answer; an error is passed on unchanged.
 template <class Record>
-Result<Record, WebserviceError> decoded(Result<Response, WebserviceError> result) {
+Result<Record, WebserviceError> decoded(const Result<Response, WebserviceError>& result) {
     if (!result) {
-        return std::unexpected(std::move(result).error());
+        return std::unexpected(result.error());
     }
-    auto json = parseJson(result->data);
+    const auto json = parseJson(result->data);
     if (!json) {
         return std::unexpected(
             WebserviceError::decodingError({.key = {}, .reason = json.error().reason}));
     }
-    auto record = Record::decode(*std::move(json));
+    auto record = Record::decode(*json);
     if (!record) {
         return std::unexpected(WebserviceError::decodingError(std::move(record).error()));
     }
@@ -57,47 +53,45 @@ Result<Url, WebserviceError> sessionUrl(const Result<Response, WebserviceError>&
 void GoogleWebservice::findDirectory(const std::string& name, Completion<FileList> completion) {
     const std::string expression =
         std::string("mimeType = '") + folderMimeType + "' and name = '" + name + "'";
-    performForRecord<FileList>(makeRequest(RequestUrlType::path("files"), "GET",
-                                           QueryItems{{"q", expression}}, std::nullopt),
-                               {}, std::move(completion));
+    performForRecord<FileList>(
+        makeRequest(RequestUrlType::path("files"), "GET", QueryItems{{"q", expression}}, nullptr),
+        {}, std::move(completion));
 }
 
 void GoogleWebservice::createDirectory(const std::string& name,
                                        const std::optional<std::string>& parentIdentifier,
                                        Completion<File> completion) {
-    Body body;
-    body.emplace_back(keyOf(File::CodingKeys::mimeType), folderMimeType);
-    body.emplace_back(keyOf(File::CodingKeys::name), name);
+    JsonValue body{{keyOf(File::CodingKeys::mimeType), folderMimeType},
+                   {keyOf(File::CodingKeys::name), name}};
     if (parentIdentifier) {
-        body.emplace_back("parents", listOf(*parentIdentifier));
+        body["parents"] = JsonValue::array({*parentIdentifier});
     }
-    performForRecord<File>(
-        makeRequest(RequestUrlType::path("files"), "POST", std::nullopt, std::move(body)), {},
-        std::move(completion));
+    performForRecord<File>(makeRequest(RequestUrlType::path("files"), "POST", std::nullopt, &body),
+                           {}, std::move(completion));
 }
 
 void GoogleWebservice::createUploadUrl(const std::string& name, std::int64_t filesize,
                                        const std::string& parentIdentifier,
                                        Completion<Url> completion) {
-    Body body;
-    body.reserve(2);
-    body.emplace_back(keyOf(File::CodingKeys::name), name);
-    body.emplace_back("parents", listOf(parentIdentifier));
-    auto request = makeRequest(RequestUrlType::url(endpoints::upload()), "POST", std::nullopt,
-                               std::move(body));
+    const JsonValue body{{keyOf(File::CodingKeys::name), name},
+                         {"parents", JsonValue::array({parentIdentifier})}};
+    auto request =
+        makeRequest(RequestUrlType::url(endpoints::upload()), "POST", std::nullopt, &body);
+    // The file's size, for whoever looks at the request. It is not the length of this body, so the
+    // HTTP session never sends it.
     request.headers.add("Content-Length", std::to_string(filesize));
-    perform(std::move(request), {}, [completion = std::move(completion)](auto result) mutable {
-        completion(sessionUrl(result));
-    });
+    perform(std::move(request), {},
+            [completion = std::move(completion)](const Result<Response, WebserviceError>& result) {
+                completion(sessionUrl(result));
+            });
 }
 
-void GoogleWebservice::upload(Data data, Url to, ProgressCallback progress,
+void GoogleWebservice::upload(SharedBytes data, const Url& to, const ProgressReceiver& progress,
                               Completion<File> completion) {
-    auto request =
-        makeRequest(RequestUrlType::url(std::move(to)), "POST", std::nullopt, std::nullopt);
+    auto request = makeRequest(RequestUrlType::url(to), "POST", std::nullopt, nullptr);
     request.headers.add("Content-Length", std::to_string(data.size()));
     request.body = std::move(data);
-    performForRecord<File>(std::move(request), std::move(progress), std::move(completion));
+    performForRecord<File>(std::move(request), progress, std::move(completion));
 }
 
 void GoogleWebservice::createPermission(
@@ -105,14 +99,13 @@ void GoogleWebservice::createPermission(
     const std::optional<std::string>& email, const std::optional<std::string>& emailMessage,
     std::optional<std::chrono::system_clock::time_point> expiration,
     Completion<Permission> completion) {
-    Body body;
-    body.emplace_back(keyOf(Permission::CodingKeys::role), role);
-    body.emplace_back(keyOf(Permission::CodingKeys::type), type);
+    JsonValue body{{keyOf(Permission::CodingKeys::role), role},
+                   {keyOf(Permission::CodingKeys::type), type}};
     if (expiration) {
-        body.emplace_back("expirationTime", formatLocalTime(*expiration));
+        body["expirationTime"] = formatLocalTime(*expiration);
     }
     if (email) {
-        body.emplace_back("emailAddress", *email);
+        body["emailAddress"] = *email;
     }
     std::optional<QueryItems> queryItems;
     if (emailMessage) {
@@ -120,28 +113,26 @@ void GoogleWebservice::createPermission(
     }
     performForRecord<Permission>(
         makeRequest(RequestUrlType::path("files/" + fileIdentifier + "/permissions"), "POST",
-                    queryItems, std::move(body)),
+                    queryItems, &body),
         {}, std::move(completion));
 }
 
 void GoogleWebservice::requestFile(const std::string& fileIdentifier, Completion<File> completion) {
     performForRecord<File>(makeRequest(RequestUrlType::path("files/" + fileIdentifier), "GET",
-                                       QueryItems{{"fields", linkFields}}, std::nullopt),
+                                       QueryItems{{"fields", linkFields}}, nullptr),
                            {}, std::move(completion));
 }
 
-UrlRequest GoogleWebservice::makeRequest(RequestUrlType urlType, std::string method,
-                                         const std::optional<QueryItems>& queryItems,
-                                         std::optional<Body> body) const {
-    UrlRequest request{.url = std::move(urlType).resolved(),
-                       .method = std::move(method),
-                       .headers = {},
-                       .body = {}};
+HttpRequest GoogleWebservice::makeRequest(const RequestUrlType& urlType, std::string method,
+                                          const std::optional<QueryItems>& queryItems,
+                                          const JsonValue* body) const {
+    HttpRequest request{
+        .url = urlType.resolved(), .method = std::move(method), .headers = {}, .body = {}};
     request.headers.add("Authorization", "Bearer " + accessToken_);
-    if (body) {
-        // Text that is not UTF-8 can not be written; the request then goes without a body.
-        if (const auto text = writeJson(*std::move(body))) {
-            request.body = Data(*text);
+    if (body != nullptr) {
+        // Text that is not UTF-8 cannot be written as JSON; the request then goes without a body.
+        if (const auto text = writeJson(*body)) {
+            request.body = SharedBytes(*text);
         }
         request.headers.add("Content-Type", "application/json; charset=utf-8");
     }
@@ -151,28 +142,32 @@ UrlRequest GoogleWebservice::makeRequest(RequestUrlType urlType, std::string met
     return request;
 }
 
-/// Sends a request and has its classified outcome handled, unless this object is gone by then.
-template <class Handler>
-void GoogleWebservice::perform(UrlRequest&& request, ProgressCallback progress, Handler handle) {
-    auto task = UrlSession::shared().dataTask(
-        std::move(request),
-        [self = weak_from_this(), handle = std::move(handle)](TaskOutcome outcome) mutable {
-            if (!self.expired()) {
-                handle(classify(std::move(outcome)));
-            }
-        });
+/// The completion gets the classified outcome, unless this object is gone by then.
+void GoogleWebservice::perform(HttpRequest request, const ProgressReceiver& progress,
+                               Completion<Response> completion) {
+    HttpTransfer transfer{
+        .request = std::move(request),
+        .progress = {},
+        .completion =
+            [self = weak_from_this(), completion = std::move(completion)](HttpOutcome outcome) {
+                if (!self.expired()) {
+                    completion(classify(std::move(outcome)));
+                }
+            },
+        .outcome = {}};
     if (progress) {
-        progress(task.progress());
+        transfer.progress = Progress::create(transfer.request.body.size());
+        progress(transfer.progress);
     }
-    std::move(task).resume();
+    HttpSession::shared().start(std::move(transfer));
 }
 
 template <class Record>
-void GoogleWebservice::performForRecord(UrlRequest&& request, ProgressCallback progress,
+void GoogleWebservice::performForRecord(HttpRequest request, const ProgressReceiver& progress,
                                         Completion<Record> completion) {
-    perform(std::move(request), std::move(progress),
-            [completion = std::move(completion)](Result<Response, WebserviceError> result) mutable {
-                completion(decoded<Record>(std::move(result)));
+    perform(std::move(request), progress,
+            [completion = std::move(completion)](const Result<Response, WebserviceError>& result) {
+                completion(decoded<Record>(result));
             });
 }
 

@@ -4,9 +4,9 @@
 #include <optional>
 #include <string>
 
-#include "Cirrus/platform/Json.h"
-#include "Cirrus/platform/UrlBuilder.h"
-#include "Cirrus/platform/UrlSession.h"
+#include "Cirrus/platform/formats/JsonValue.h"
+#include "Cirrus/platform/formats/UrlBuilder.h"
+#include "Cirrus/platform/http/HttpTransfer.h"
 #include "Cirrus/webservice/RequestUrlType.h"
 #include "Cirrus/webservice/Response.h"
 #include "Cirrus/webservice/Webservice.h"
@@ -14,8 +14,8 @@
 namespace cirrus {
 
 /// The Drive REST API, version 3, over the shared session, with an OAuth access token as bearer
-/// credential. The token is neither checked nor refreshed. Always held by `std::shared_ptr`;
-/// stateless otherwise, so that any number of requests may be on their way at once.
+/// credential. The token is neither checked nor refreshed. Always held by `std::shared_ptr`. It has
+/// no other state, so any number of requests may be in flight at once.
 class GoogleWebservice final : public Webservice,
                                public std::enable_shared_from_this<GoogleWebservice> {
 public:
@@ -27,7 +27,8 @@ public:
                          Completion<File> completion) override;
     void createUploadUrl(const std::string& name, std::int64_t filesize,
                          const std::string& parentIdentifier, Completion<Url> completion) override;
-    void upload(Data data, Url to, ProgressCallback progress, Completion<File> completion) override;
+    void upload(SharedBytes data, const Url& to, const ProgressReceiver& progress,
+                Completion<File> completion) override;
     void createPermission(const std::string& fileIdentifier, const std::string& role,
                           const std::string& type, const std::optional<std::string>& email,
                           const std::optional<std::string>& emailMessage,
@@ -36,15 +37,13 @@ public:
     void requestFile(const std::string& fileIdentifier, Completion<File> completion) override;
 
 private:
-    using Body = JsonValue::Object;
-
-    [[nodiscard]] UrlRequest makeRequest(RequestUrlType urlType, std::string method,
-                                         const std::optional<QueryItems>& queryItems,
-                                         std::optional<Body> body) const;
-    template <class Handler>
-    void perform(UrlRequest&& request, ProgressCallback progress, Handler handle);
+    [[nodiscard]] HttpRequest makeRequest(const RequestUrlType& urlType, std::string method,
+                                          const std::optional<QueryItems>& queryItems,
+                                          const JsonValue* body) const;
+    void perform(HttpRequest request, const ProgressReceiver& progress,
+                 Completion<Response> completion);
     template <class Record>
-    void performForRecord(UrlRequest&& request, ProgressCallback progress,
+    void performForRecord(HttpRequest request, const ProgressReceiver& progress,
                           Completion<Record> completion);
 
     const std::string accessToken_;

@@ -4,14 +4,14 @@
 #include <utility>
 #include <variant>
 
-#include "Cirrus/platform/Url.h"
+#include <Cirrus/Url.h>
 
 namespace cirrus {
 
 /// The address of one request.
 class RequestUrlType {
 public:
-    /// Segments below the base of the Drive API; the text may hold "/".
+    /// Path segments below the base of the Drive API; the text may contain "/".
     [[nodiscard]] static RequestUrlType path(std::string text) {
         return RequestUrlType(std::move(text));
     }
@@ -19,7 +19,7 @@ public:
     /// A whole URL, used unchanged.
     [[nodiscard]] static RequestUrlType url(Url url) { return RequestUrlType(std::move(url)); }
 
-    [[nodiscard]] Url resolved() &&;
+    [[nodiscard]] Url resolved() const;
 
 private:
     using Value = std::variant<std::string, Url>;

@@ -3,20 +3,17 @@
 #include <algorithm>
 #include <utility>
 
-#include "Cirrus/platform/Json.h"
+#include "Cirrus/platform/formats/Json.h"
+#include "Cirrus/webservice/ConnectionError.h"
 
 namespace cirrus {
 
 namespace {
 
-bool isSuccess(int statusCode) {
-    return statusCode >= 200 && statusCode <= 299;
-}
-
-/// The service's own words when the body is its error envelope.
-WebserviceError refusal(const std::string& body) {
+/// The service's own error if the body is its error envelope.
+WebserviceError serviceErrorIn(const std::string& body) {
     if (auto json = parseJson(body)) {
-        if (auto error = ServiceError::decode(*std::move(json))) {
+        if (auto error = ServiceError::decode(*json)) {
             return WebserviceError::serviceError(*std::move(error));
         }
     }
@@ -36,14 +33,17 @@ HeaderFields textHeaders(HeaderFields headers) {
 
 } // namespace
 
-Result<Response, WebserviceError> classify(TaskOutcome outcome) {
+Result<Response, WebserviceError> classify(HttpOutcome outcome) {
     if (outcome.error) {
-        return std::unexpected(WebserviceError::underlyingError(*std::move(outcome.error)));
+        const bool canUserAct = outcome.error->reason != TransportError::Reason::other;
+        return std::unexpected(WebserviceError::underlyingError(
+            canUserAct ? AnyError(ConnectionError{*std::move(outcome.error)})
+                       : AnyError(*std::move(outcome.error))));
     }
     if (!outcome.response) {
         return std::unexpected(WebserviceError::invalidResponse());
     }
-    if (isSuccess(outcome.response->statusCode)) {
+    if (outcome.response->isSuccess()) {
         if (!outcome.body) {
             return std::unexpected(WebserviceError::missingData());
         }
@@ -53,7 +53,7 @@ Result<Response, WebserviceError> classify(TaskOutcome outcome) {
     if (!outcome.body) {
         return std::unexpected(WebserviceError::invalidResponse());
     }
-    return std::unexpected(refusal(*outcome.body));
+    return std::unexpected(serviceErrorIn(*outcome.body));
 }
 
 } // namespace cirrus

@@ -2,21 +2,21 @@
 
 #include <string>
 
-#include "Cirrus/platform/UrlSession.h"
+#include "Cirrus/platform/http/HttpTransfer.h"
 #include "Cirrus/webservice/WebserviceError.h"
 
 namespace cirrus {
 
-/// The raw result of a successful exchange.
+/// The raw result of a successful request.
 struct Response {
     /// The body as received; may be empty.
     std::string data;
-    /// The header fields; none at all when a name among them is no text.
+    /// The header fields; none at all if the name of one of them is not text.
     HeaderFields headers;
 };
 
-/// What the outcome of an exchange means to the service's client. The one place that turns an
-/// HTTP outcome into an error.
-[[nodiscard]] Result<Response, WebserviceError> classify(TaskOutcome outcome);
+/// What the outcome of a request means to the service's client. The one place that turns an HTTP
+/// outcome into an error.
+[[nodiscard]] Result<Response, WebserviceError> classify(HttpOutcome outcome);
 
 } // namespace cirrus

@@ -7,28 +7,29 @@
 #include <optional>
 #include <string>
 
-#include "Cirrus/platform/Data.h"
-#include "Cirrus/platform/Error.h"
-#include "Cirrus/platform/Progress.h"
-#include "Cirrus/platform/Url.h"
+#include "Cirrus/platform/files/SharedBytes.h"
 #include "Cirrus/records/File.h"
 #include "Cirrus/records/FileList.h"
 #include "Cirrus/records/Permission.h"
 #include "Cirrus/webservice/WebserviceError.h"
+#include <Cirrus/Error.h>
+#include <Cirrus/Progress.h>
+#include <Cirrus/Url.h>
 
 namespace cirrus {
 
 /// The six Drive operations that a share job needs. Each returns at once and later calls its
-/// completion once, with a value or a `WebserviceError`, on the transport's callback thread;
-/// never when the service object is gone by then. A request that is on its way keeps the
-/// completion alive, but not the service object. Nothing is retried, logged or cancelled here.
+/// completion once, with a value or a `WebserviceError`, on the HTTP session's callback thread;
+/// never if the service object is gone by then. A request in flight keeps the completion alive,
+/// but not the service object. Nothing is retried, logged or cancelled here.
 class Webservice {
 public:
     template <class Value>
-    using Completion = std::move_only_function<void(Result<Value, WebserviceError>)>;
+    using Completion = std::function<void(Result<Value, WebserviceError>)>;
 
-    /// Receives the progress of a transfer before it starts, on the caller's thread.
-    using ProgressCallback = std::move_only_function<void(const std::shared_ptr<Progress>&)>;
+    /// Receives the progress object of a transfer, once, before the transfer starts and on the
+    /// caller's thread.
+    using ProgressReceiver = std::function<void(const std::shared_ptr<Progress>&)>;
 
     Webservice() = default;
     Webservice(const Webservice&) = delete;
@@ -50,9 +51,9 @@ public:
                                  const std::string& parentIdentifier,
                                  Completion<Url> completion) = 0;
 
-    /// Sends a file's whole content to its session, in one request. The bytes are let go before
+    /// Sends a file's whole content to its session, in one request. The bytes are released before
     /// the completion runs. `progress` may be empty.
-    virtual void upload(Data data, Url to, ProgressCallback progress,
+    virtual void upload(SharedBytes data, const Url& to, const ProgressReceiver& progress,
                         Completion<File> completion) = 0;
 
     /// Grants a permission on a file or folder. The expiration is sent in the system's time zone,

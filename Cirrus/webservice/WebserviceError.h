@@ -5,9 +5,9 @@
 #include <utility>
 #include <variant>
 
-#include "Cirrus/platform/Error.h"
-#include "Cirrus/records/RecordDecoder.h"
+#include "Cirrus/records/DecodingError.h"
 #include "Cirrus/records/ServiceError.h"
+#include <Cirrus/Error.h>
 
 namespace cirrus {
 
@@ -51,8 +51,8 @@ public:
     /// The case's name and, in parentheses, the diagnostic text of what it carries.
     [[nodiscard]] std::string diagnosticText() const;
 
-    /// Words for the user; absent only when the transport's error is of a described kind and
-    /// gives none.
+    /// The text for the user; absent only if the transport's error has a text of its own kind and
+    /// that is absent.
     [[nodiscard]] std::optional<std::string> errorDescription() const;
 
 private:

@@ -9,7 +9,7 @@
 #include <memory>
 
 #include "ShareWindow.h"
-#include "emulator/LocalDrive.h"
+#include <Cirrus/emulator/LocalDrive.h>
 
 namespace {
 

@@ -11,7 +11,7 @@
 #include <iostream>
 
 #include "ShareWindow.h"
-#include "emulator/LocalDrive.h"
+#include <Cirrus/emulator/LocalDrive.h>
 
 namespace {
 

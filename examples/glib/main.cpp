@@ -13,7 +13,7 @@
 #include <string>
 #include <vector>
 
-#include "emulator/LocalDrive.h"
+#include <Cirrus/emulator/LocalDrive.h>
 
 namespace {
 

@@ -3,7 +3,7 @@
 #include <spdlog/sinks/stdout_sinks.h>
 
 #include "SpdlogSink.h"
-#include "emulator/LocalDrive.h"
+#include <Cirrus/emulator/LocalDrive.h>
 
 int main(int count, char** arguments) {
     if (count != 2) {

@@ -1,6 +1,6 @@
 // A host's offline test: its own sharing code against a local Drive in the test's process.
 
-#include <emulator/LocalDrive.h>
+#include <Cirrus/emulator/LocalDrive.h>
 #include <gtest/gtest.h>
 
 #include <algorithm>

@@ -10,7 +10,7 @@
 
 #include "Arguments.h"
 #include "Terminal.h"
-#include "emulator/LocalDrive.h"
+#include <Cirrus/emulator/LocalDrive.h>
 
 namespace {
 

@@ -1,5 +1,5 @@
 /// A first line as a URL, and all that follows as text to be put into URLs.
-#include "Cirrus/platform/UrlBuilder.h"
+#include "Cirrus/platform/formats/UrlBuilder.h"
 #include "tests/fuzz/Checks.h"
 
 using namespace cirrus;

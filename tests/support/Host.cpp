@@ -4,7 +4,7 @@
 
 #include <algorithm>
 
-#include "Cirrus/platform/UrlSession.h"
+#include "Cirrus/platform/http/HttpSession.h"
 
 namespace cirrus::tests {
 
@@ -132,16 +132,18 @@ std::vector<std::string> Host::uploadedFiles() {
 void Host::passCallbackThread() {
     // What is refused needs no network, and completions run one after another.
     Awaited<bool> completed;
-    UrlSession::shared()
-        .dataTask(
-            {.url = Url::parse("relative").value(), .method = "GET", .headers = {}, .body = {}},
-            [&completed](const auto&) { completed.give(true); })
-        .resume();
+    HttpSession::shared().start({.request = {.url = Url::parse("relative").value(),
+                                             .method = "GET",
+                                             .headers = {},
+                                             .body = {}},
+                                 .progress = {},
+                                 .completion = [&completed](const auto&) { completed.give(true); },
+                                 .outcome = {}});
     EXPECT_TRUE(completed.take());
 }
 
 void Host::settle() {
-    UrlSession::shared().waitUntilIdle();
+    HttpSession::shared().waitUntilIdle();
     MainQueue::drain();
 }
 

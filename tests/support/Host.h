@@ -9,10 +9,10 @@
 #include <thread>
 #include <vector>
 
-#include "Cirrus/Cirrus.h"
-#include "emulator/LocalDrive.h"
 #include "tests/support/TemporaryFolder.h"
 #include "tests/support/Waiting.h"
+#include <Cirrus/Cirrus.h>
+#include <Cirrus/emulator/LocalDrive.h>
 
 namespace cirrus::tests {
 

@@ -11,7 +11,7 @@ struct ScriptedRequest {
     /// Of a content's transfer; null for any other step.
     std::shared_ptr<Progress> progress;
     /// Answers, once, with a plain success or a failure; does nothing when the service is gone.
-    std::move_only_function<void(bool succeeds)> answer;
+    std::function<void(bool succeeds)> answer;
 };
 
 /// Stands in for a Drive without a root folder: hands each request to the receiver, on the thread
@@ -38,7 +38,8 @@ public:
         receive(Step::session, Url::parse("https://session").value(), std::move(completion));
     }
 
-    void upload(Data data, Url, ProgressCallback tell, Completion<File> completion) override {
+    void upload(SharedBytes data, const Url&, const ProgressReceiver& tell,
+                Completion<File> completion) override {
         const auto progress = Progress::create(data.size());
         tell(progress);
         receive(Step::content, File(), std::move(completion), progress);
@@ -60,7 +61,7 @@ private:
                  std::shared_ptr<Progress> progress = nullptr) {
         receiver_({step, std::move(progress),
                    [service = weak_from_this(), success,
-                    completion = std::move(completion)](bool succeeds) mutable {
+                    completion = std::move(completion)](bool succeeds) {
                        using Answer = Result<Value, WebserviceError>;
                        if (!service.expired()) {
                            completion(succeeds

@@ -3,7 +3,7 @@
 #include <optional>
 #include <utility>
 
-#include "emulator/Emulator.h"
+#include <Cirrus/emulator/Emulator.h>
 
 namespace cirrus::tests {
 

@@ -2,7 +2,7 @@
 
 #include <poll.h>
 
-#include "Cirrus/platform/MainQueue.h"
+#include <Cirrus/MainQueue.h>
 
 namespace cirrus::tests {
 

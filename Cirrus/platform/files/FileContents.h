@@ -1,0 +1,45 @@
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <filesystem>
+#include <memory>
+#include <optional>
+#include <string>
+
+#include <Cirrus/Error.h>
+
+#include "Cirrus/platform/files/SharedBytes.h"
+
+namespace cirrus {
+
+/// Why a file could not be read: the system's error code and its description.
+struct FileReadError {
+    int code = 0;
+    std::string text;
+
+    [[nodiscard]] std::string diagnosticText() const { return text; }
+};
+
+/// The size in bytes from the file's attributes; nullopt if they cannot be read.
+[[nodiscard]] std::optional<std::uint64_t> fileSize(const std::filesystem::path& path);
+
+/// Reads whole files into memory, one after another. Uses the memory of an earlier file again once
+/// nobody holds it: the heap tends to break up a large block between two files, and then a batch
+/// needs the memory of two.
+class FileReader {
+public:
+    /// Blocks. Fails if it is not a regular file (a FIFO is refused without waiting for its
+    /// writer), cannot be opened or read, or does not fit into memory. If the file shrinks while it
+    /// is read, the result is what was read until its end; what is appended later is left out.
+    [[nodiscard]] Result<SharedBytes, FileReadError> read(const std::filesystem::path& path);
+
+private:
+    std::shared_ptr<std::byte[]> memory_;
+    std::size_t capacity_ = 0;
+};
+
+/// The last component of a path; trailing slashes do not count. The root is its own name.
+[[nodiscard]] std::string lastPathComponent(const std::filesystem::path& path);
+
+} // namespace cirrus

@@ -1,0 +1,67 @@
+#include "Cirrus/platform/formats/Json.h"
+
+#include <cmath>
+#include <limits>
+
+namespace cirrus {
+
+namespace {
+
+struct NestedTooDeeply {};
+
+/// The parser itself does not recurse, but whoever walks the value does.
+bool checkDepth(int depth, JsonValue::parse_event_t event, const JsonValue&) {
+    constexpr int deepest = 256;
+    const bool begins = event == JsonValue::parse_event_t::object_start ||
+                        event == JsonValue::parse_event_t::array_start;
+    if (begins && depth >= deepest) {
+        throw NestedTooDeeply();
+    }
+    return true;
+}
+
+} // namespace
+
+Result<JsonValue, JsonError> parseJson(std::string_view text) {
+    try {
+        return JsonValue::parse(text, checkDepth);
+    } catch (const JsonValue::parse_error& error) {
+        return std::unexpected(JsonError{"not JSON at byte " + std::to_string(error.byte)});
+    } catch (const JsonValue::out_of_range&) {
+        return std::unexpected(JsonError{"a number too large for JSON"});
+    } catch (const NestedTooDeeply&) {
+        return std::unexpected(JsonError{"JSON nested too deeply"});
+    }
+}
+
+std::optional<std::string> writeJson(const JsonValue& value) {
+    try {
+        return value.dump(2);
+    } catch (const JsonValue::type_error&) {
+        return std::nullopt;
+    }
+}
+
+std::optional<std::int64_t> wholeNumber(const JsonValue& value) {
+    constexpr auto greatest = std::numeric_limits<std::int64_t>::max();
+    if (value.is_number_unsigned()) {
+        const auto number = value.get<std::uint64_t>();
+        return number <= static_cast<std::uint64_t>(greatest)
+                   ? std::optional(static_cast<std::int64_t>(number))
+                   : std::nullopt;
+    }
+    if (value.is_number_integer()) {
+        return value.get<std::int64_t>();
+    }
+    // Neither bound counts: the upper one is the first double that no longer fits, and whole
+    // numbers just below the lower one are rounded to it.
+    constexpr double tooLow = -9223372036854775808.0;
+    constexpr double tooHigh = 9223372036854775808.0;
+    const double real = value.is_number_float() ? value.get<double>() : tooHigh;
+    if (real <= tooLow || real >= tooHigh || std::trunc(real) != real) {
+        return std::nullopt;
+    }
+    return static_cast<std::int64_t>(real);
+}
+
+} // namespace cirrus

@@ -1,0 +1,33 @@
+#pragma once
+
+#include <cstdint>
+#include <nlohmann/json.hpp>
+#include <optional>
+#include <string>
+#include <string_view>
+
+#include <Cirrus/Error.h>
+
+#include "Cirrus/platform/formats/JsonValue.h"
+
+namespace cirrus {
+
+/// Why a text is not JSON.
+struct JsonError {
+    std::string reason;
+
+    [[nodiscard]] std::string diagnosticText() const { return reason; }
+};
+
+/// Reads one JSON document in UTF-8. Fails on anything that is not exactly one value, on numbers
+/// outside the range of a double, and on nesting deeper than 256. Of equal keys the last one
+/// counts.
+[[nodiscard]] Result<JsonValue, JsonError> parseJson(std::string_view text);
+
+/// Writes a value as pretty-printed JSON; nullopt if it contains text that is not UTF-8.
+[[nodiscard]] std::optional<std::string> writeJson(const JsonValue& value);
+
+/// A whole number within the signed 64-bit range, however it is written (404 or 404.0).
+[[nodiscard]] std::optional<std::int64_t> wholeNumber(const JsonValue& value);
+
+} // namespace cirrus

@@ -1,0 +1,54 @@
+#include "Cirrus/platform/http/ConnectionTable.h"
+
+#include <algorithm>
+
+#include "Cirrus/platform/http/Sockets.h"
+
+namespace cirrus {
+
+int ConnectionTable::open(int family, int type, int protocol, const CurlTransfer& user) {
+    const int socket = sockets::open(family, type, protocol);
+    if (socket >= 0) {
+        // libcurl does not report every socket that it closes, and numbers are reused.
+        std::erase_if(connections_, [socket](const auto& held) { return held.socket == socket; });
+        connections_.push_back({.socket = socket, .user = &user});
+    }
+    return socket;
+}
+
+void ConnectionTable::close(int socket) {
+    std::erase_if(connections_, [socket](const auto& held) { return held.socket == socket; });
+    sockets::close(socket);
+}
+
+int ConnectionTable::reuse(int localPort, const CurlTransfer& user) {
+    const auto found = std::ranges::find(
+        connections_, localPort, [](const auto& held) { return sockets::localPort(held.socket); });
+    if (found == connections_.end()) {
+        return -1;
+    }
+    found->user = &user;
+    return found->socket;
+}
+
+void ConnectionTable::release(const CurlTransfer& user) {
+    for (auto& connection : connections_) {
+        if (connection.user == &user) {
+            connection.user = nullptr;
+        }
+    }
+}
+
+std::optional<std::uint64_t> ConnectionTable::bytesMoved(const CurlTransfer& user) const {
+    std::optional<std::uint64_t> sum;
+    for (const auto& connection : connections_) {
+        const auto moved =
+            connection.user == &user ? sockets::bytesMoved(connection.socket) : std::nullopt;
+        if (moved) {
+            sum = sum.value_or(0) + *moved;
+        }
+    }
+    return sum;
+}
+
+} // namespace cirrus

@@ -1,0 +1,39 @@
+#pragma once
+
+#include <cstdint>
+#include <optional>
+#include <vector>
+
+namespace cirrus {
+
+class CurlTransfer;
+
+/// The sockets of all connections, in use or kept for reuse, and which transfer uses each. Needed
+/// because libcurl does not say which socket a kept connection has. Used on the network thread.
+class ConnectionTable {
+public:
+    /// Opens a socket for this transfer; negative if the system refuses.
+    [[nodiscard]] int open(int family, int type, int protocol, const CurlTransfer& user);
+
+    void close(int socket);
+
+    /// Hands the kept connection with this local port to a transfer; returns its socket, or -1 if
+    /// there is none.
+    int reuse(int localPort, const CurlTransfer& user);
+
+    /// The transfer has ended; its connections may be kept.
+    void release(const CurlTransfer& user);
+
+    /// Bytes moved on the connections of a transfer; nullopt if the system does not count them.
+    [[nodiscard]] std::optional<std::uint64_t> bytesMoved(const CurlTransfer& user) const;
+
+private:
+    struct Connection {
+        int socket;
+        const CurlTransfer* user; ///< null while the connection is only kept
+    };
+
+    std::vector<Connection> connections_;
+};
+
+} // namespace cirrus

@@ -1,0 +1,275 @@
+#include "Cirrus/platform/http/CurlTransfer.h"
+
+#include <algorithm>
+#include <limits>
+#include <utility>
+
+#include "Cirrus/platform/http/Sockets.h"
+
+namespace cirrus {
+
+namespace {
+
+/// Longest answer that is accepted; none of Drive's comes near it.
+constexpr std::size_t longestAnswer = std::size_t{8} * 1024 * 1024;
+
+/// Up to this size, as nearly all requests have it, a body goes to libcurl in one piece.
+constexpr std::uint64_t longestWholeBody = std::uint64_t{64} * 1024;
+
+/// A kept connection that was idle for more seconds is not reused: servers close theirs about then.
+constexpr long longestReuse = 15;
+
+TransportError::Reason reasonFor(CURLcode code) {
+    using enum TransportError::Reason;
+    switch (code) {
+    case CURLE_COULDNT_RESOLVE_PROXY:
+    case CURLE_COULDNT_RESOLVE_HOST:
+    case CURLE_COULDNT_CONNECT:
+        return noConnection;
+    case CURLE_OPERATION_TIMEDOUT:
+        return timedOut;
+    case CURLE_PEER_FAILED_VERIFICATION:
+    case CURLE_SSL_ISSUER_ERROR:
+        return untrustedCertificate;
+    default:
+        return other;
+    }
+}
+
+} // namespace
+
+CurlTransfer::CurlTransfer(std::shared_ptr<HttpTransfer> transfer,
+                           std::shared_ptr<const TestServer> server, ConnectionTable& connections)
+    : transfer_(std::move(transfer)),
+      server_(std::move(server)),
+      connections_(connections),
+      easy_(curl_easy_init()),
+      pacer_(transfer_->request.body.asText()) {
+    setGeneralOptions();
+    setCallbacks();
+    setServer();
+    setRequest();
+}
+
+CurlTransfer::~CurlTransfer() {
+    connections_.release(*this);
+    curl_easy_cleanup(easy_);
+    curl_slist_free_all(headerLines_);
+    curl_slist_free_all(connectTo_);
+}
+
+std::chrono::milliseconds CurlTransfer::idleLimit() const {
+    const auto limit = transfer_->request.idleLimit;
+    return server_ ? server_->idleLimit.value_or(limit) : limit;
+}
+
+bool CurlTransfer::isIdleTooLong(Clock::time_point now) {
+    // What was only handed to the kernel does not count as moved, so TCP is asked first.
+    const auto count = connections_.bytesMoved(*this).value_or(static_cast<std::uint64_t>(
+        get<curl_off_t>(CURLINFO_SIZE_UPLOAD_T) + get<curl_off_t>(CURLINFO_SIZE_DOWNLOAD_T)));
+    if (std::exchange(lastByteCount_, count) != count) {
+        lastMoved_ = now;
+    }
+    return now - lastMoved_ >= idleLimit();
+}
+
+bool CurlTransfer::preparesNewConnection() {
+    set(CURLOPT_FRESH_CONNECT, 1L);
+    return std::exchange(isConnectionStale_, false);
+}
+
+std::shared_ptr<HttpTransfer> CurlTransfer::finish(CURLcode code) {
+    auto& outcome = transfer_->outcome;
+    if (code != CURLE_OK) {
+        outcome.error = errorFor(code);
+        return std::move(transfer_);
+    }
+    constexpr int noContent = 204;
+    const auto status = static_cast<int>(get<long>(CURLINFO_RESPONSE_CODE));
+    if (status != noContent) {
+        outcome.body = std::move(answer_);
+    }
+    outcome.response = {.statusCode = status, .headers = receivedHeaders()};
+    return std::move(transfer_);
+}
+
+void CurlTransfer::setGeneralOptions() {
+    set(CURLOPT_NOSIGNAL, 1L);
+    set(CURLOPT_PROTOCOLS_STR, "https");
+    // Uploads over HTTP/2 stall or crawl in the libcurl versions that distributions carry, and a
+    // job has one request in flight at a time.
+    set(CURLOPT_HTTP_VERSION, static_cast<long>(CURL_HTTP_VERSION_1_1));
+    set(CURLOPT_SSLVERSION, static_cast<long>(CURL_SSLVERSION_TLSv1_2));
+    // Transfers share connections, but no TLS sessions.
+    set(CURLOPT_SSL_SESSIONID_CACHE, 0L);
+    set(CURLOPT_MAXAGE_CONN, longestReuse);
+    // Only the idle limit counts, while connecting too. libcurl's own limits are shorter.
+    set(CURLOPT_CONNECTTIMEOUT_MS, static_cast<long>(std::numeric_limits<int>::max()));
+    set(CURLOPT_QUICK_EXIT, 1L);
+    set(CURLOPT_PATH_AS_IS, 1L);
+    set(CURLOPT_FOLLOWLOCATION, 0L);
+    set(CURLOPT_NOPROGRESS, 0L);
+    set(CURLOPT_ERRORBUFFER, errorText_.data());
+}
+
+void CurlTransfer::setCallbacks() {
+    set(CURLOPT_OPENSOCKETFUNCTION, &CurlTransfer::openSocket);
+    set(CURLOPT_OPENSOCKETDATA, this);
+    // A kept connection may be closed after this transfer has ended.
+    set(CURLOPT_CLOSESOCKETFUNCTION, &CurlTransfer::closeSocket);
+    set(CURLOPT_CLOSESOCKETDATA, &connections_);
+    set(CURLOPT_WRITEFUNCTION, &CurlTransfer::receiveBody);
+    set(CURLOPT_WRITEDATA, this);
+    set(CURLOPT_READFUNCTION, &CurlTransfer::sendBody);
+    set(CURLOPT_READDATA, this);
+    set(CURLOPT_XFERINFOFUNCTION, &CurlTransfer::reportProgress);
+    set(CURLOPT_XFERINFODATA, this);
+    set(CURLOPT_PREREQFUNCTION, &CurlTransfer::beginRequest);
+    set(CURLOPT_PREREQDATA, this);
+}
+
+void CurlTransfer::setServer() {
+    if (!server_) {
+        return;
+    }
+    connectTo_ =
+        curl_slist_append(nullptr, ("::127.0.0.1:" + std::to_string(server_->port)).c_str());
+    set(CURLOPT_CONNECT_TO, connectTo_);
+    // libcurl copies the text, but its interface has no const.
+    std::string text = server_->certificateAuthority;
+    curl_blob authority{.data = text.data(), .len = text.size(), .flags = CURL_BLOB_COPY};
+    set(CURLOPT_CAINFO_BLOB, &authority);
+    set(CURLOPT_CAPATH, nullptr);
+    set(CURLOPT_PROXY, "");
+}
+
+void CurlTransfer::setRequest() {
+    const auto& request = transfer_->request;
+    set(CURLOPT_URL, request.url.text().c_str());
+    if (request.method == "POST") {
+        set(CURLOPT_POST, 1L);
+        set(CURLOPT_POSTFIELDSIZE_LARGE, static_cast<curl_off_t>(request.body.size()));
+        if (request.body.size() <= longestWholeBody) {
+            // libcurl sends it together with the head. It does not copy it.
+            set(CURLOPT_POSTFIELDS, request.body.size() > 0 ? request.body.asText().data() : "");
+        }
+        set(CURLOPT_UPLOAD_BUFFERSIZE,
+            static_cast<long>(std::clamp<std::uint64_t>(
+                request.body.size(), UploadPacer::smallestChunk, UploadPacer::largestChunk)));
+    } else {
+        set(CURLOPT_CUSTOMREQUEST, request.method.c_str());
+    }
+    setHeaders();
+}
+
+void CurlTransfer::setHeaders() {
+    bool hasContentType = false;
+    for (const auto& [name, value] : transfer_->request.headers) {
+        hasContentType = hasContentType || areSameName(name, "Content-Type");
+        // libcurl would believe a length given here; the body's real length frames the message.
+        if (!areSameName(name, "Content-Length")) {
+            addHeader(std::string(name).append(value.empty() ? ";" : ": ").append(value));
+        }
+    }
+    addHeader("Expect:");
+    if (!hasContentType) {
+        addHeader("Content-Type:");
+    }
+    set(CURLOPT_HTTPHEADER, headerLines_);
+}
+
+/// A name with a colon and nothing behind it keeps libcurl from adding that field itself.
+void CurlTransfer::addHeader(const std::string& line) {
+    headerLines_ = curl_slist_append(headerLines_, line.c_str());
+}
+
+/// Those of the final answer, without the ones of interim answers and trailers.
+HeaderFields CurlTransfer::receivedHeaders() const {
+    HeaderFields fields;
+    curl_header* field = nullptr;
+    while ((field = curl_easy_nextheader(easy_, CURLH_HEADER, -1, field)) != nullptr) {
+        // libcurl 7.88 leaves the line end in a field without a value.
+        const std::string_view value(field->value);
+        fields.add(field->name, std::string(value == "\r" ? "" : value));
+    }
+    return fields;
+}
+
+TransportError CurlTransfer::errorFor(CURLcode code) const {
+    if (!abortReason_.empty()) {
+        return {.reason = TransportError::Reason::other, .code = code, .text = abortReason_};
+    }
+    if (code == CURLE_OPERATION_TIMEDOUT) {
+        return {.reason = TransportError::Reason::timedOut,
+                .code = code,
+                .text = "Nothing moved for " + std::to_string(idleLimit().count()) + " ms"};
+    }
+    return {.reason = reasonFor(code),
+            .code = code,
+            .text = errorText_.front() != '\0' ? errorText_.data() : curl_easy_strerror(code)};
+}
+
+/// libcurl sends a request again if a kept connection turns out to be dead. What the server has
+/// done with the first one is not known then.
+bool CurlTransfer::mustNotSendAgain() {
+    if (hasBegun_) {
+        abortReason_ = "The connection was lost before the answer";
+    }
+    return hasBegun_;
+}
+
+curl_socket_t CurlTransfer::openSocket(void* self, curlsocktype, curl_sockaddr* address) noexcept {
+    auto& transfer = *static_cast<CurlTransfer*>(self);
+    if (transfer.mustNotSendAgain()) {
+        return CURL_SOCKET_BAD;
+    }
+    return transfer.connections_.open(address->family, address->socktype, address->protocol,
+                                      transfer);
+}
+
+int CurlTransfer::closeSocket(void* connections, curl_socket_t socket) noexcept {
+    static_cast<ConnectionTable*>(connections)->close(socket);
+    return 0;
+}
+
+std::size_t CurlTransfer::receiveBody(const char* bytes, std::size_t, std::size_t count,
+                                      void* self) noexcept {
+    auto& transfer = *static_cast<CurlTransfer*>(self);
+    if (count > longestAnswer - transfer.answer_.size()) {
+        transfer.abortReason_ = "The answer is longer than 8 MiB";
+        return CURL_WRITEFUNC_ERROR;
+    }
+    transfer.answer_.append(bytes, count);
+    return count;
+}
+
+std::size_t CurlTransfer::sendBody(char* to, std::size_t, std::size_t room, void* self) noexcept {
+    const auto chunk = static_cast<CurlTransfer*>(self)->pacer_.nextChunk(room, Clock::now());
+    return chunk.copy(to, chunk.size());
+}
+
+int CurlTransfer::reportProgress(void* self, curl_off_t, curl_off_t, curl_off_t,
+                                 curl_off_t sent) noexcept {
+    if (const auto& progress = static_cast<CurlTransfer*>(self)->transfer_->progress) {
+        progress->setCompletedUnitCount(static_cast<std::uint64_t>(sent));
+    }
+    return 0;
+}
+
+/// Called once connected, just before the request is sent. On a kept connection something may have
+/// arrived in the meantime: the end of TLS, or bytes that would pass for the answer. libcurl
+/// notices only the end of TCP.
+int CurlTransfer::beginRequest(void* self, char*, char*, int, int localPort) noexcept {
+    auto& transfer = *static_cast<CurlTransfer*>(self);
+    if (transfer.mustNotSendAgain()) {
+        return CURL_PREREQFUNC_ABORT;
+    }
+    if (transfer.get<long>(CURLINFO_NUM_CONNECTS) == 0) {
+        const int socket = transfer.connections_.reuse(localPort, transfer);
+        transfer.isConnectionStale_ = socket < 0 || sockets::hasInput(socket);
+    }
+    transfer.hasBegun_ = !transfer.isConnectionStale_;
+    return transfer.hasBegun_ ? CURL_PREREQFUNC_OK : CURL_PREREQFUNC_ABORT;
+}
+
+} // namespace cirrus

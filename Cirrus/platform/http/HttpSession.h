@@ -1,0 +1,56 @@
+#pragma once
+
+#include <atomic>
+#include <cstddef>
+#include <memory>
+#include <optional>
+
+#include "Cirrus/platform/http/CurlEngine.h"
+#include "Cirrus/platform/http/HttpTransfer.h"
+#include "Cirrus/platform/threads/LibraryThread.h"
+#include "Cirrus/platform/threads/SerialQueue.h"
+
+namespace cirrus {
+
+/// The HTTP client of the process. HTTPS only, HTTP/1.1 on connections that are kept alive; no
+/// cache, no cookies, no redirects; no request is ever sent twice.
+///
+/// It has two threads, which start with the first request. The network thread drives all transfers;
+/// the callback thread runs their completions one after another, so that a completion that reads a
+/// large file stalls no transfer. Both end when the process exits.
+class HttpSession {
+public:
+    static HttpSession& shared();
+
+    HttpSession(const HttpSession&) = delete;
+    HttpSession& operator=(const HttpSession&) = delete;
+
+    /// Starts a transfer and returns at once; it cannot be stopped any more. Its completion is
+    /// called once, on the callback thread, after the body of the request has been released.
+    /// Safe from any thread.
+    void start(HttpTransfer transfer);
+
+    /// Waits until no transfer is in flight and no completion runs. For tests; not on the callback
+    /// thread.
+    void waitUntilIdle() const;
+
+    /// See `connectToTestServer`.
+    void connectTo(std::optional<TestServer> server) { engine_.connectTo(std::move(server)); }
+
+private:
+    HttpSession() = default;
+    ~HttpSession() = default;
+    void stop();
+    void complete(HttpTransfer& transfer);
+
+    std::atomic<std::size_t> unfinished_ = 0;
+    CurlEngine engine_;
+    SerialQueue callbacks_;
+    LibraryThread network_{[this] {
+        engine_.run([this](std::shared_ptr<HttpTransfer> transfer) {
+            callbacks_.post([this, transfer = std::move(transfer)] { complete(*transfer); });
+        });
+    }};
+};
+
+} // namespace cirrus

@@ -1,0 +1,57 @@
+#pragma once
+
+#include <chrono>
+#include <functional>
+#include <memory>
+#include <optional>
+#include <string>
+
+#include <Cirrus/Progress.h>
+#include <Cirrus/Url.h>
+
+#include "Cirrus/platform/files/SharedBytes.h"
+#include "Cirrus/platform/http/HeaderFields.h"
+#include "Cirrus/platform/http/TransportError.h"
+
+namespace cirrus {
+
+struct HttpRequest {
+    Url url;
+    std::string method;
+    HeaderFields headers;
+    SharedBytes body;
+    /// The request fails if nothing moves for this long in either direction. Its whole duration is
+    /// not limited.
+    std::chrono::milliseconds idleLimit = std::chrono::seconds(10);
+};
+
+/// Why a request must not be sent at all; nullopt if it may. The text quotes no value, since a
+/// token may be among them.
+[[nodiscard]] std::optional<std::string> reasonNotToSend(const HttpRequest& request);
+
+struct HttpResponse {
+    int statusCode = 0;
+    HeaderFields headers;
+
+    [[nodiscard]] bool isSuccess() const { return statusCode >= 200 && statusCode <= 299; }
+};
+
+/// What became of a request.
+struct HttpOutcome {
+    /// Absent only if no body can come with the answer (status 204).
+    std::optional<std::string> body;
+    std::optional<HttpResponse> response;
+    std::optional<TransportError> error;
+};
+
+/// One request and everything that belongs to it until its completion has run.
+struct HttpTransfer {
+    HttpRequest request;
+    /// Counts the bytes of the body as they are sent; may be null. Finished once the request has
+    /// succeeded, before the completion runs. Its observers are called on the session's threads.
+    std::shared_ptr<Progress> progress;
+    std::function<void(HttpOutcome)> completion;
+    HttpOutcome outcome;
+};
+
+} // namespace cirrus

@@ -1,0 +1,49 @@
+#include "Cirrus/platform/http/Sockets.h"
+
+// Not <netinet/tcp.h>, whose tcp_info lacks the byte counts.
+#include <linux/tcp.h>
+#include <netinet/in.h>
+#include <poll.h>
+#include <sys/socket.h>
+#include <unistd.h>
+
+#include <cstddef>
+
+namespace cirrus::sockets {
+
+int open(int family, int type, int protocol) {
+    const int socket = ::socket(family, type | SOCK_CLOEXEC, protocol);
+    const int limit = 128 * 1024;
+    static_cast<void>(::setsockopt(socket, IPPROTO_TCP, TCP_NOTSENT_LOWAT, &limit, sizeof(limit)));
+    return socket;
+}
+
+void close(int socket) {
+    ::close(socket);
+}
+
+int localPort(int socket) {
+    sockaddr_storage address{};
+    socklen_t length = sizeof(address);
+    ::getsockname(socket, reinterpret_cast<sockaddr*>(&address), &length);
+    // The port is at the same place in the addresses of both families.
+    return ntohs(reinterpret_cast<const sockaddr_in*>(&address)->sin_port);
+}
+
+bool hasInput(int socket) {
+    pollfd awaited{.fd = socket, .events = POLLIN, .revents = 0};
+    return ::poll(&awaited, 1, 0) > 0;
+}
+
+std::optional<std::uint64_t> bytesMoved(int socket) {
+    tcp_info info{};
+    socklen_t length = sizeof(info);
+    constexpr std::size_t needed =
+        offsetof(tcp_info, tcpi_bytes_received) + sizeof(info.tcpi_bytes_received);
+    if (::getsockopt(socket, IPPROTO_TCP, TCP_INFO, &info, &length) != 0 || length < needed) {
+        return std::nullopt;
+    }
+    return info.tcpi_bytes_acked + info.tcpi_bytes_received;
+}
+
+} // namespace cirrus::sockets

@@ -1,0 +1,43 @@
+#pragma once
+
+#include <chrono>
+#include <functional>
+#include <string>
+#include <string_view>
+
+#include "emulator/drive/DriveState.h"
+#include <Cirrus/emulator/HttpMessage.h>
+
+namespace cirrus::emulator {
+
+/// Whether the body of this request is the contents of a file.
+[[nodiscard]] bool isContentUpload(const Request& request);
+
+/// Drive's API without the network: reads and changes the state and returns Drive's answer. Safe
+/// from any thread.
+class DriveApi {
+public:
+    using Clock = std::function<std::chrono::system_clock::time_point()>;
+
+    /// `state` has to outlive this object. `clock` returns the server's time, from any thread.
+    DriveApi(DriveState& state, std::string accessToken,
+             Clock clock = std::chrono::system_clock::now);
+
+    /// Carries out a complete request and returns the answer.
+    [[nodiscard]] Answer answer(const Request& request);
+
+private:
+    [[nodiscard]] Answer route(const Request& request);
+    [[nodiscard]] Answer searchFiles(const Request& request) const;
+    [[nodiscard]] Answer describeFile(const Request& request, std::string_view id) const;
+    [[nodiscard]] Answer createFile(const Request& request);
+    [[nodiscard]] Answer openSession(const Request& request);
+    [[nodiscard]] Answer finishSession(const Request& request, const std::string& uploadId);
+    [[nodiscard]] Answer createPermission(const Request& request, std::string_view fileId);
+
+    DriveState& state_;
+    std::string authorization_;
+    Clock clock_;
+};
+
+} // namespace cirrus::emulator

@@ -1,0 +1,148 @@
+#include <gtest/gtest.h>
+
+#include <QApplication>
+#include <QClipboard>
+#include <QMessageBox>
+#include <QMimeData>
+#include <QTest>
+
+#include "examples/desktop/ShareWindow.h"
+#include "tests/support/Step.h"
+#include "tests/support/TemporaryFolder.h"
+#include "tests/support/Waiting.h"
+#include <Cirrus/adapters/Qt.h>
+#include <Cirrus/emulator/LocalDrive.h>
+
+namespace cirrus::tests {
+
+namespace {
+
+/// The window as its user sees it, in front of a local Drive.
+class Desktop : public testing::Test {
+protected:
+    Desktop() {
+        hold(Step::content);
+        QObject::connect(window.findChild<ShareTask*>(), &ShareTask::changed, [this] {
+            const auto word = find<QLabel>("state")->text().toStdString() + " ";
+            words += words.ends_with(word) ? "" : word;
+        });
+        // Qt paints with threads of its own, which the thread sanitizer does not see through.
+        window.setUpdatesEnabled(!qEnvironmentVariableIsSet("TSAN_OPTIONS"));
+        window.show();
+        QTest::keyClicks(find<QLineEdit>("token"), (*drive)->accessToken().c_str());
+    }
+
+    void TearDown() override { gate->open(); }
+
+    /// Lets the requests of a step wait at a new gate.
+    void hold(Step step) {
+        gate = std::make_shared<Gate>();
+        (*drive)->setHook([step, gate = gate](const auto& request) {
+            stepOf(request) == step ? gate->pass() : void();
+            return std::nullopt;
+        });
+    }
+
+    template <class Widget = QPushButton>
+    Widget* find(const char* name) {
+        return window.findChild<Widget*>(name);
+    }
+
+    QUrl file(const char* name) {
+        return QUrl::fromLocalFile(QString::fromStdString(folder.write(name, name).string()));
+    }
+
+    /// Drops them on a field that would take text.
+    void drop(const QList<QUrl>& urls) {
+        QMimeData data;
+        data.setUrls(urls);
+        data.setText("files");
+        QDragEnterEvent enter({}, Qt::CopyAction, &data, Qt::LeftButton, {});
+        QDropEvent drop({}, Qt::CopyAction, &data, Qt::LeftButton, {});
+        QCoreApplication::sendEvent(find<QWidget>("email"), &enter);
+        QCoreApplication::sendEvent(find<QWidget>("email"), &drop);
+    }
+
+    bool await(const std::string& end) {
+        return QTest::qWaitFor([&] { return words.ends_with(end + " "); }, 1000 * patience.count());
+    }
+
+    std::shared_ptr<Gate> gate;
+    std::unique_ptr<emulator::LocalDrive> drive = emulator::LocalDrive::start().value();
+    TemporaryFolder folder;
+    std::string words; ///< that the state has shown
+    ShareWindow window;
+};
+
+TEST_F(Desktop, SharesWhatIsDroppedAndTyped) {
+    drop({file("one"), file("two"), file("three"), file("one"), QUrl("file:///")});
+    EXPECT_TRUE(find<QLabel>("summary")->text().endsWith("is not a file and was left out."));
+    auto* list = find<QTreeView>("files");
+    list->setCurrentIndex(list->model()->index(1, 0));
+    QTest::keyClick(list, Qt::Key_Delete);
+    QTest::keyClicks(find<QWidget>("destination"), " of us");
+    QTest::keyClicks(find<QWidget>("email"), "a@example.com");
+    QTest::keyClicks(find<QWidget>("message"), "Look");
+    find<QCheckBox>("expires")->click();
+    const auto end = find<QDateEdit>("lastDay")->date().toString("yyyy-MM-dd'T23:59:59'");
+    QTest::keyClick(&window, Qt::Key_Return);
+    ASSERT_TRUE(await("Uploading"));
+    gate->open();
+    ASSERT_TRUE(await("Shared"));
+    EXPECT_EQ(words, "Preparing Uploading Finishing Shared ");
+    const auto snapshot = (*drive)->snapshot();
+    EXPECT_EQ(snapshot.pathOf(snapshot.files.end()[-2]), "Stashly/Shared files of us/one");
+    EXPECT_EQ(snapshot.pathOf(snapshot.files.back()), "Stashly/Shared files of us/three");
+    const auto& permission = snapshot.files[1].permissions.at(0);
+    EXPECT_EQ(*permission.emailAddress + ": " + *permission.emailMessage, "a@example.com: Look");
+    EXPECT_TRUE(permission.expirationTime->starts_with(end.toStdString()));
+    find("copy")->click();
+    EXPECT_EQ(QApplication::clipboard()->text().toStdString(),
+              "https://drive.google.com/drive/folders/" + snapshot.files[1].id);
+}
+
+TEST_F(Desktop, ShowsTheFailureAndCanShareAgain) {
+    const std::string refusal = R"({"error": {"code": 403, "message": "Not <allowed>."}})";
+    (*drive)->setHook(answeringOnce(Step::permission, {.status = 403, .body = refusal}));
+    drop({file("one")});
+    find("share")->click();
+    ASSERT_TRUE(await("Failed"));
+    EXPECT_EQ(qobject_cast<QMessageBox*>(qApp->activeModalWidget())->text(), "Not <allowed>.");
+    QTest::keyClick(qApp->activeModalWidget(), Qt::Key_Escape);
+    find("share")->click();
+    ASSERT_TRUE(await("Shared"));
+    EXPECT_TRUE(words.contains(" Finishing Failed Preparing ")) << words;
+}
+
+TEST_F(Desktop, ReallyStops) {
+    drop({file("one"), file("two")});
+    const std::vector<std::tuple<Step, std::size_t, bool>> rows{
+        {Step::createDestination, 3, false}, {Step::content, 4, false}, {Step::content, 4, true}};
+    for (const auto& [step, requestsUntilThen, closes] : rows) {
+        hold(step);
+        const auto before = (*drive)->snapshot().requests.size();
+        find("share")->click();
+        ASSERT_TRUE(gate->awaitArrival());
+        closes ? void(window.close()) : find("cancel")->click();
+        gate->open();
+        // By the end of another share, the stopped one would have gone on.
+        find("share")->click();
+        ASSERT_TRUE(await("Shared"));
+        EXPECT_EQ((*drive)->snapshot().requests.size() - before, requestsUntilThen + 8);
+        EXPECT_TRUE(words.contains(" Cancelled Preparing ")) << words;
+    }
+    find("share")->click(); // The window goes in the midst of it.
+}
+
+} // namespace
+
+} // namespace cirrus::tests
+
+int main(int count, char** values) {
+    qputenv("QT_QPA_PLATFORM", "offscreen");
+    QLocale::setDefault(QLocale::c());
+    const QApplication application(count, values);
+    cirrus::useQtEventLoop();
+    testing::InitGoogleTest(&count, values);
+    return RUN_ALL_TESTS();
+}

@@ -1,0 +1,140 @@
+/// A host that brings a job into a state and then leaves its process in some way, with status 7.
+/// Usage: exit_host STATE WAY [FILE...]. See exit_test.sh for what there is.
+#include <poll.h>
+
+#include <atomic>
+#include <csignal>
+#include <semaphore>
+
+#include "Cirrus/platform/http/TestServer.h"
+#include <Cirrus/Cirrus.h>
+#include <Cirrus/emulator/Emulator.h>
+
+using namespace cirrus;
+using Clock = std::chrono::steady_clock;
+using Files = std::vector<std::filesystem::path>;
+
+static std::string state;
+static ShareController* job = nullptr;
+static ShareController* volatile other = nullptr; // keeps it reachable
+static std::atomic<bool> exitsFromLog = false;
+static std::atomic<bool> isOver = false;
+static Clock::time_point leftAt;
+static std::binary_semaphore isReached(0);
+static std::binary_semaphore mayGoOn(0);
+
+static void require(bool holds) {
+    holds ? void() : std::abort();
+}
+
+[[noreturn]] static void leave() {
+    leftAt = Clock::now();
+    std::exit(7);
+}
+
+struct Log final : LogSink {
+    using Text = std::string_view;
+
+    void detail(const Message&, Text, Text step, int, const std::any&) override {
+        static int items = 0;
+        require(!isOver);
+        if (exitsFromLog && step == "createRootDirectory()") {
+            leave();
+        } else if (state == "step" && step == "uploadNextItem()" && ++items == 2) {
+            isReached.release();
+            mayGoOn.acquire();
+        }
+    }
+
+    void notice(const Message&, Text, Text, int, const std::any&) override { require(!isOver); }
+
+    void failure(const Message&, Text, Text, int, const std::any&) override { require(!isOver); }
+};
+
+/// Never answers the request that the state is about, nor the upload of the file "trigger".
+static std::optional<emulator::Answer> answerInstead(const emulator::Request& request) {
+    const auto* query = request.queryItem("q");
+    const auto* length = request.header("Content-Length");
+    const bool isLarge = length != nullptr && length->size() > 6;
+    if ((state.starts_with("answer") && query != nullptr && query->ends_with("'A'")) || isLarge) {
+        isReached.release();
+    } else if (length == nullptr || *length != "8") {
+        return std::nullopt;
+    }
+    return state == "reset" && isLarge ? hangUp(emulator::Ending::reset)
+                                       : emulator::Answer{.delay = emulator::endlessDelay};
+}
+
+static ShareController* start(const char* name, const Files& files,
+                              const std::function<void(bool)>& act) {
+    ShareController::Context context(files, name, "Destination");
+    auto* const controller = new ShareController(std::move(context), "token");
+    controller->upload([=](const auto&) { require(!isOver), name[0] == 'B' ? act(true) : void(); },
+                       [=](const auto& result) { require(!isOver), act(result.has_value()); });
+    return controller;
+}
+
+static void reachState(const Files& files) {
+    if (state == "idle") {
+        return;
+    }
+    job = start("A", files, [](bool isShared) {
+        require(isShared == (state == "done"));
+        MainQueue::stop();
+    });
+    if (state == "queued") {
+        pollfd outcome{.fd = MainQueue::descriptor(), .events = POLLIN, .revents = 0};
+        ::poll(&outcome, 1, -1);
+    } else if (state == "done" || state == "reset") {
+        MainQueue::run();
+    } else if (state == "world") {
+        // Until a name is looked up or a connection made, neither of which a child may inherit.
+        while (std::system("grep -qE ':(0035|01BB) ' /proc/net/udp /proc/net/tcp") != 0) {
+        }
+        require(std::system("./nothing_is_inherited") == 0);
+    } else if (state != "started") {
+        isReached.acquire();
+    }
+    if (state == "answer cancelled") {
+        job->cancel();
+    }
+}
+
+int main(int count, char** arguments) {
+    state = arguments[1];
+    const std::string_view way = arguments[2];
+    const Files files(arguments + 3, arguments + count);
+    std::signal(SIGPIPE, SIG_DFL);
+    static const auto drive =
+        state == "world" ? nullptr : emulator::Emulator::start({.accessToken = "token"}).value();
+    // Exit handlers run in reverse: the library's own, made with its session, between these two.
+    std::atexit([] {
+        isOver = true;
+        require(Clock::now() - leftAt < std::chrono::milliseconds(1500));
+    });
+    if (drive) {
+        drive->setHeadHook(answerInstead);
+        connectToTestServer(TestServer{drive->port(), drive->certificateAuthority(), {}});
+    }
+    std::atexit([] { mayGoOn.release(); });
+    Configuration::setLog(std::make_shared<Log>());
+    if (way == "completion" || way == "progress") {
+        other = start("B", way == "progress" ? Files{"trigger"} : Files{}, [&](bool) {
+            reachState(files);
+            leave();
+        });
+        MainQueue::run();
+    }
+    reachState(files);
+    if (way == "log") {
+        exitsFromLog = true;
+        other = start("B", {}, {});
+        isReached.acquire();
+    } else if (way == "exit") {
+        leave();
+    } else if (way == "return") {
+        delete job;
+    }
+    leftAt = Clock::now();
+    return 7;
+}

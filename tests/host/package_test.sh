@@ -1,0 +1,30 @@
+#!/usr/bin/env bash
+# Unpacks the Debian packages that scripts/package has made, and builds a host on them.
+# Usage: package_test.sh SOURCE-FOLDER PACKAGES-FOLDER
+set -euo pipefail
+
+sources=$1
+folder=$(mktemp -d)
+trap 'rm -rf "$folder"' EXIT
+
+runtime=("$2"/libcirrus1_*.deb)
+development=("$2"/libcirrus-dev_*.deb)
+
+# field PACKAGE NAME PATTERN
+field() {
+    local value
+    value=$(dpkg-deb -f "$1" "$2")
+    [[ $value =~ $3 ]] || { echo "FAILED: ${1##*/}: $2: $value"; exit 1; }
+}
+field "${runtime[0]}" Depends 'libcurl4 .*libstdc\+\+6 '
+field "${development[0]}" Depends 'libcirrus1 \(= .*libssl-dev'
+
+dpkg-deb -x "${runtime[0]}" "$folder/root"
+mapfile -t files < <(cd "$folder/root" && find . -not -type d | sed 's/[.0-9]*$//' | sort -u)
+[[ ${files[*]##*/} == libCirrus.so ]] || { echo "FAILED: runtime holds ${files[*]}"; exit 1; }
+
+dpkg-deb -x "${development[0]}" "$folder/root"
+cmake -S "$sources/examples/offline_test" -B "$folder/build" \
+    -DCMAKE_PREFIX_PATH="$folder/root/usr" >/dev/null
+cmake --build "$folder/build" >/dev/null
+"$folder/build/sharing_test" --gtest_brief=1

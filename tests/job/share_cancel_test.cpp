@@ -1,0 +1,114 @@
+#include <gtest/gtest.h>
+
+#include <algorithm>
+
+#include "Cirrus/FileUploader.h"
+#include "Cirrus/webservice/GoogleWebservice.h"
+#include "tests/support/Host.h"
+#include "tests/support/Step.h"
+
+namespace cirrus::tests {
+
+namespace {
+
+using emulator::Answer;
+using emulator::Request;
+using emulator::Snapshot;
+
+/// Lets the first request of a step wait at the gate before it is answered.
+emulator::RequestHook waitingAt(Gate& gate, Step step) {
+    return [&gate, step](const Request& request) -> std::optional<Answer> {
+        if (stepOf(request) == step) {
+            gate.pass();
+        }
+        return std::nullopt;
+    };
+}
+
+std::unique_ptr<ShareController> makeTwoFileJob(Host& host) {
+    return host.makeController(
+        {host.folder().write("one", "first"), host.folder().write("two", "second")});
+}
+
+/// Destroys the controller and runs what the main queue still holds of the job, which keeps it.
+void destroy(std::unique_ptr<ShareController>& controller, const std::shared_ptr<Heard>& heard) {
+    controller.reset();
+    ASSERT_TRUE(pumpUntil([&] { return heard.use_count() == 1; }));
+}
+
+TEST(ShareCancel, LogsBothUnits) {
+    Host host;
+    Gate gate;
+    host.drive().setHook(waitingAt(gate, Step::content));
+    const auto controller = makeTwoFileJob(host);
+    Host::upload(*controller);
+    ASSERT_TRUE(gate.awaitArrival());
+    Host::passCallbackThread();
+    controller->cancel();
+    controller->cancel();
+    const auto lines = host.log().lines();
+    EXPECT_EQ(std::vector(lines.end() - 3, lines.end()),
+              (std::vector<std::string>{
+                  "ShareController detail cancel(): ", "FileUploader detail cancel(): ",
+                  "ShareController detail cancel(): "}));
+}
+
+TEST(ShareCancel, DestroyingInMidBodyAbortsNoTransfer) {
+    Host host;
+    Gate gate;
+    constexpr std::size_t size = 20'000'000;
+    host.drive().setHeadHook([&gate](const Request& request) -> std::optional<Answer> {
+        if (stepOf(request) == Step::content) {
+            gate.pass();
+        }
+        return std::nullopt;
+    });
+    auto controller = host.makeController({host.folder().write("large", std::string(size, 'x'))});
+    const auto heard = Host::upload(*controller);
+    ASSERT_TRUE(gate.awaitArrival());
+    destroy(controller, heard);
+    gate.open();
+    EXPECT_TRUE(host.drive().waitUntil(patience, [](const Snapshot& snapshot) {
+        return snapshot.files.back().content.size == size;
+    }));
+    Host::settle();
+    EXPECT_TRUE(heard->results.empty());
+}
+
+TEST(ShareCancel, FromInsideTheCompletionIsHarmless) {
+    for (const bool destroys : {false, true}) {
+        SCOPED_TRACE(destroys);
+        Host host;
+        auto controller = host.makeController({});
+        int completions = 0;
+        controller->upload({}, [&](const auto&) {
+            destroys ? controller.reset() : controller->cancel();
+            // A message box would run the queue in here.
+            MainQueue::drain();
+            ++completions;
+        });
+        ASSERT_TRUE(pumpUntil([&] { return completions > 0; }));
+        Host::settle();
+        EXPECT_EQ(completions, 1);
+    }
+}
+
+std::shared_ptr<FileUploader> makeUploader(Host& host) {
+    return std::make_shared<FileUploader>(
+        std::vector{host.folder().write("one", "first"), host.folder().write("two", "second")},
+        std::make_shared<GoogleWebservice>(host.drive().accessToken()), "root");
+}
+
+TEST(FileUploaderCancel, BeforeTheStartSendsNothing) {
+    Host host;
+    const auto uploader = makeUploader(host);
+    uploader->cancel();
+    uploader->upload([](const auto&) { ADD_FAILURE(); });
+    EXPECT_EQ(host.log().lines().back(),
+              "FileUploader notice uploadNextItem(): Upload is cancelled");
+    EXPECT_TRUE(host.requests().empty());
+}
+
+} // namespace
+
+} // namespace cirrus::tests

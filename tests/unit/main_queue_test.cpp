@@ -1,0 +1,86 @@
+#include <Cirrus/MainQueue.h>
+
+#include <gtest/gtest.h>
+#include <poll.h>
+
+#include <array>
+#include <thread>
+
+#include "tests/support/Waiting.h"
+
+namespace cirrus::tests {
+namespace {
+
+bool isReadable() {
+    pollfd queue{.fd = MainQueue::descriptor(), .events = POLLIN, .revents = 0};
+    return ::poll(&queue, 1, 0) == 1;
+}
+
+TEST(MainQueue, KeepsTheOrderOfEachThreadsPosts) {
+    constexpr int posts = 500;
+    std::array<int, 3> seen{};
+    std::vector<std::jthread> threads;
+    for (int& mine : seen) {
+        threads.emplace_back([&mine] {
+            for (int number = 0; number < posts; ++number) {
+                MainQueue::post([&mine, number] { EXPECT_EQ(mine++, number); });
+            }
+        });
+    }
+    threads.clear();
+    EXPECT_EQ(MainQueue::drain(), seen.size() * posts);
+}
+
+TEST(MainQueue, DrainRunsOnlyWhatWaitedWhenItBegan) {
+    std::string order;
+    MainQueue::post([&] {
+        order += "(";
+        EXPECT_EQ(MainQueue::drain(), 2U);
+        order += ")";
+        EXPECT_TRUE(isReadable());
+    });
+    MainQueue::post([&] { MainQueue::post([&] { order += "c"; }); });
+    MainQueue::post([&] { order += "b"; });
+    EXPECT_TRUE(isReadable());
+    EXPECT_EQ(MainQueue::drain(), 1U);
+    EXPECT_EQ(order, "(b)");
+    EXPECT_EQ(MainQueue::drain(), 1U);
+    EXPECT_EQ(order, "(b)c");
+    EXPECT_FALSE(isReadable());
+}
+
+TEST(MainQueue, RunsUntilItIsStopped) {
+    std::string order;
+    MainQueue::post([&] {
+        order += "a";
+        MainQueue::stop();
+    });
+    MainQueue::post([&] { order += "b"; });
+    MainQueue::stop();
+    MainQueue::run();
+    EXPECT_EQ(order, "");
+    MainQueue::run();
+    EXPECT_EQ(order, "a");
+    EXPECT_EQ(MainQueue::drain(), 1U);
+    Awaited<std::thread::id> runner;
+    std::jthread thread(MainQueue::run);
+    MainQueue::post([&] { runner.give(std::this_thread::get_id()); });
+    EXPECT_EQ(runner.take(), thread.get_id());
+    MainQueue::stop();
+}
+
+TEST(MainQueue, HandsTasksToAnInstalledDispatcher) {
+    MainQueue::Task taken;
+    std::string order;
+    MainQueue::post([&] { order += "b"; });
+    MainQueue::setDispatcher([&](MainQueue::Task task) { taken = std::move(task); });
+    MainQueue::post([&] { order += "a"; });
+    MainQueue::setDispatcher({});
+    MainQueue::post([&] { order += "c"; });
+    taken();
+    EXPECT_EQ(MainQueue::drain(), 2U);
+    EXPECT_EQ(order, "abc");
+}
+
+} // namespace
+} // namespace cirrus::tests

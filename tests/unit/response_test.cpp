@@ -1,0 +1,87 @@
+#include "Cirrus/webservice/Response.h"
+
+#include <gtest/gtest.h>
+
+#include "Cirrus/webservice/ConnectionError.h"
+
+namespace cirrus::tests {
+namespace {
+
+using enum TransportError::Reason;
+
+struct MuteError {
+    [[nodiscard]] std::string diagnosticText() const { return "mute"; }
+
+    [[nodiscard]] std::optional<std::string> errorDescription() const { return std::nullopt; }
+};
+
+HttpOutcome answer(int status, std::optional<std::string> body, HeaderFields headers = {}) {
+    return {std::move(body), HttpResponse{status, std::move(headers)}, {}};
+}
+
+void expectClass(const std::string& expected, const std::vector<HttpOutcome>& outcomes) {
+    for (const auto& outcome : outcomes) {
+        SCOPED_TRACE(outcome.response ? outcome.response->statusCode : 0);
+        const auto result = classify(outcome);
+        EXPECT_EQ(result ? "'" + result->data + "'" : result.error().diagnosticText(), expected);
+    }
+}
+
+TEST(Response, ClassifiesEveryOutcome) {
+    const std::string envelope = R"({"error":{"code":404,"message":"No"}})";
+    expectClass("'x'", {answer(200, "x"), answer(204, "x"), answer(299, "x")});
+    expectClass("''", {answer(200, "")});
+    expectClass("'" + envelope + "'", {answer(200, envelope)});
+    expectClass("missingData", {answer(200, {}), answer(204, {}), answer(299, {})});
+    expectClass("serviceError(404: No)",
+                {answer(404, envelope), answer(199, envelope), answer(300, envelope)});
+    expectClass("invalidResponse",
+                {answer(199, "x"), answer(101, ""), answer(300, "x"), answer(304, {}),
+                 answer(404, envelope + "x"), answer(502, "<html>Bad gateway</html>"),
+                 answer(500, {}), HttpOutcome{"x", {}, {}}, HttpOutcome()});
+    expectClass("underlyingError(timedOut(28: t))",
+                {HttpOutcome{"x", HttpResponse{200, {}}, TransportError{timedOut, 28, "t"}}});
+}
+
+TEST(Response, GivesAllHeadersOrNone) {
+    HeaderFields headers{{"Location", "x"}, {"ETag", "\xe9"}};
+    EXPECT_EQ(classify(answer(200, "", headers)).value().headers.value("ETag"), "\xe9");
+    headers.add("caf\xe9", "y");
+    const auto result = classify(answer(200, "x", headers)).value();
+    EXPECT_EQ(result.data, "x");
+    EXPECT_FALSE(result.headers.value("Location"));
+}
+
+TEST(Response, ErrorsHaveWordsForTheUserAndForTheLog) {
+    constexpr auto unreadable = "Could not read the response from Google. Please try again.";
+    const auto underlying = [](auto error) {
+        return WebserviceError::underlyingError(AnyError(std::move(error)));
+    };
+    const std::vector<std::tuple<WebserviceError, std::optional<std::string>, std::string>> rows{
+        {WebserviceError::serviceError({403, "No."}), "No.", "serviceError(403: No.)"},
+        {WebserviceError::serviceError({-1, ""}), "", "serviceError(-1: )"},
+        {WebserviceError::decodingError({"id", "bad"}), unreadable, "decodingError(\"id\": bad)"},
+        {WebserviceError::decodingError({"", "bad"}), unreadable, "decodingError(bad)"},
+        {WebserviceError::missingData(), unreadable, "missingData"},
+        {WebserviceError::invalidResponse(), unreadable, "invalidResponse"},
+        {underlying(ConnectionError{{noConnection, 7, "t"}}),
+         "Could not connect to Google. Check your internet connection and try again.",
+         "underlyingError(noConnection(7: t))"},
+        {underlying(ConnectionError{{timedOut, 28, "t"}}),
+         "Google did not answer in time. Check your internet connection and try again.",
+         "underlyingError(timedOut(28: t))"},
+        {underlying(ConnectionError{{untrustedCertificate, 60, "t"}}),
+         "The connection to Google is not secure: the server's certificate is not trusted. Check "
+         "your network and the date of this computer.",
+         "underlyingError(untrustedCertificate(60: t))"},
+        {underlying(TransportError{other, 0, "t"}), "Something went wrong. Please try again.",
+         "underlyingError(transportError(0: t))"},
+        {underlying(MuteError()), std::nullopt, "underlyingError(mute)"}};
+    for (const auto& [error, description, diagnostic] : rows) {
+        EXPECT_EQ(error.errorDescription(), description) << diagnostic;
+        EXPECT_EQ(error.diagnosticText(), diagnostic);
+    }
+}
+
+} // namespace
+} // namespace cirrus::tests

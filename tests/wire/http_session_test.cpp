@@ -1,0 +1,247 @@
+#include "Cirrus/platform/http/HttpSession.h"
+
+#include <gtest/gtest.h>
+
+#include <csignal>
+#include <functional>
+#include <thread>
+
+#include "Cirrus/platform/http/TestServer.h"
+#include "Cirrus/platform/http/TransportError.h"
+#include "Cirrus/platform/threads/LibraryThread.h"
+#include "tests/support/Waiting.h"
+#include <Cirrus/emulator/LocalDrive.h>
+
+namespace cirrus::tests {
+namespace {
+
+using emulator::Answer;
+using emulator::Ending;
+using namespace std::string_literals;
+
+constexpr auto drive = "https://www.googleapis.com/";
+
+HttpRequest request(std::string_view url = drive, HeaderFields headers = {},
+                    std::string_view body = {}) {
+    return {Url::parse(url).value(), "POST", std::move(headers), SharedBytes(body)};
+}
+
+void start(HttpRequest request, std::function<void(HttpOutcome)> completion,
+           std::shared_ptr<Progress> progress = nullptr) {
+    HttpSession::shared().start(
+        {std::move(request), std::move(progress), std::move(completion), {}});
+}
+
+HttpOutcome perform(HttpRequest request) {
+    Awaited<HttpOutcome> outcome;
+    start(std::move(request), [&](HttpOutcome ended) { outcome.give(std::move(ended)); });
+    return outcome.take().value();
+}
+
+class HttpSessionTest : public testing::Test {
+protected:
+    void answerWith(const Answer& answer) {
+        emulator_.setHook([answer](const auto&) { return answer; });
+    }
+
+    /// What one exchange comes to: the status, or the name of the error.
+    static std::string attempt() {
+        const auto outcome = perform(request());
+        if (!outcome.error) {
+            return std::to_string(outcome.response.value().statusCode);
+        }
+        EXPECT_FALSE(outcome.response || outcome.body);
+        return outcome.error->diagnosticText().substr(0, outcome.error->diagnosticText().find('('));
+    }
+
+    std::unique_ptr<emulator::LocalDrive> drive_ = emulator::LocalDrive::start().value();
+    emulator::Emulator& emulator_ = **drive_;
+};
+
+TEST_F(HttpSessionTest, RefusesUnsafeRequestsBeforeTheyReachTheNetwork) {
+    std::vector<HttpRequest> unsafe{request(drive, {{"secret\n", "x"}})};
+    for (const auto* url :
+         {"http://www.googleapis.com/", "file:///etc/hosts", "/relative", "//h/"}) {
+        unsafe.push_back(request(url, {{"Authorization", "Bearer secret"}}));
+    }
+    for (const auto& value : {"secret\r\nX: y"s, "secret\n"s, "secret\0"s, "secret\x7f"s}) {
+        unsafe.push_back(request(drive, {{"Authorization", value}}));
+    }
+    for (const auto& refused : unsafe) {
+        const auto outcome = perform(refused);
+        ASSERT_TRUE(outcome.error.has_value());
+        EXPECT_EQ(outcome.error->diagnosticText().find("secret"), std::string::npos);
+    }
+    EXPECT_EQ(emulator_.snapshot().connectionsAccepted, 0U);
+}
+
+TEST_F(HttpSessionTest, GivesEachAnswerAsItCame) {
+    const std::vector<std::tuple<Answer, std::optional<std::string>, HeaderFields>> rows{
+        {Answer{.status = 302, .headers = {{"Location", drive}}, .body = ""},
+         "",
+         {{"LOCATION", drive}, {"content-length", "0"}}},
+        {Answer{
+             .raw =
+                 "HTTP/1.1 100 Continue\r\nX-A: 1\r\n\r\nHTTP/1.1 103 Early Hints\r\nX-B: 1\r\n\r\n"
+                 "HTTP/1.1 200 OK\r\nx-b: 2\r\nContent-Length: 1\r\n\r\nx"},
+         "x",
+         {{"X-B", "2"}, {"Content-Length", "1"}}},
+        {Answer{.raw = "HTTP/1.1 200 OK\r\nX-A: 1\r\n\t 2 \r\n \r\nTransfer-Encoding: chunked\r\n"
+                       "Trailer: X-B\r\n\r\n1\r\nx\r\n0\r\nX-B: 3\r\n\r\n"},
+         "x",
+         {{"X-A", "1 2"}, {"Transfer-Encoding", "chunked"}, {"Trailer", "X-B"}}},
+        {Answer{.status = 404,
+                .headers = {{"Vary", "a"}, {"X", ""}, {"vary", "b, c"}},
+                .body = "no\0"s},
+         "no\0"s,
+         {{"Vary", "a, b, c"}, {"X", ""}, {"Content-Length", "3"}}},
+        {Answer{.status = 204}, std::nullopt, {}},
+        {Answer{.body = ""}, "", {{"Content-Length", "0"}}}};
+    for (const auto& [answer, body, headers] : rows) {
+        SCOPED_TRACE(answer.status);
+        answerWith(answer);
+        auto outcome = perform(request());
+        EXPECT_EQ(outcome.response.value().statusCode, answer.status);
+        EXPECT_EQ(outcome.body, body);
+        for (const auto& [name, value] : outcome.response->headers) {
+            EXPECT_TRUE(headers.value(name)) << name;
+        }
+        for (const auto& [name, value] : headers) {
+            EXPECT_EQ(outcome.response->headers.value(name), value) << name;
+        }
+    }
+    EXPECT_EQ(emulator_.snapshot().requests.size(), rows.size());
+}
+
+TEST_F(HttpSessionTest, SendsWhatIsAskedAndNothingMore) {
+    answerWith({.headers = {{"Set-Cookie", "a=b; Path=/; Secure"}}, .body = ""});
+    const std::string target = "/a/../b/./%2F%c3?x=%27&y=';:@,+$";
+    const std::vector<std::string> bodies{"a\0b\r\n"s, std::string(2'000'000, 'x'), ""};
+    for (const auto& body : bodies) {
+        perform(request("https://www.googleapis.com" + target, {{"content-length", "999"}}, body));
+        const auto sent = emulator_.snapshot().requests.back();
+        EXPECT_EQ(sent.target, target);
+        EXPECT_TRUE(sent.body.bytes() == body);
+        EXPECT_EQ(*sent.header("Content-Length"), std::to_string(body.size()));
+        // Neither Expect nor Cookie nor Content-Type is beside it.
+        EXPECT_TRUE(sent.header("Host") != nullptr && sent.header("Accept") != nullptr);
+        EXPECT_EQ(sent.headers.size(), 3U);
+    }
+    perform(request(drive, {{"Content-Type", "a/b"}}));
+    EXPECT_EQ(*emulator_.snapshot().requests.back().header("Content-Type"), "a/b");
+    EXPECT_EQ(emulator_.snapshot().connectionsAccepted, 1U);
+}
+
+TEST_F(HttpSessionTest, ReportsProgressUpToExactlyOne) {
+    const auto lost = emulator::hangUp(Ending::reset);
+    for (const auto& [answer, size, expected] :
+         {std::tuple(Answer{.body = ""}, 3'000'001, 1), {Answer{.body = ""}, 0, 1}, {lost, 0, 0}}) {
+        answerWith(answer);
+        Awaited<double> end;
+        const auto progress = Progress::create(static_cast<std::uint64_t>(size));
+        double last = 0;
+        const auto observation = progress->observe([&last](const Progress& changed) {
+            EXPECT_GT(changed.fractionCompleted(),
+                      std::exchange(last, changed.fractionCompleted()));
+        });
+        start(
+            request(drive, {}, std::string(static_cast<std::size_t>(size), 'x')),
+            [&](const auto&) { end.give(progress->fractionCompleted()); }, progress);
+        EXPECT_EQ(end.take(), expected);
+    }
+}
+
+TEST_F(HttpSessionTest, NamesTheReasonWhenThereIsNoAnswer) {
+    auto other = emulator::Emulator::start().value();
+    connectToTestServer(TestServer{emulator_.port(), other->certificateAuthority(), {}});
+    EXPECT_EQ(attempt(), "untrustedCertificate");
+    connectToTestServer(TestServer{other->port(), emulator_.certificateAuthority(), {}});
+    other.reset();
+    EXPECT_EQ(attempt(), "noConnection");
+    EXPECT_TRUE(emulator_.snapshot().requests.empty());
+    connectToTestServer(TestServer{emulator_.port(), emulator_.certificateAuthority(),
+                                   std::chrono::milliseconds(200)});
+    answerWith({.delay = emulator::endlessDelay});
+    EXPECT_EQ(attempt(), "timedOut");
+}
+
+TEST_F(HttpSessionTest, SendsNoBodyAgainThatAKeptConnectionHasLost) {
+    for (const std::size_t size : {0UZ, 65'536UZ, 65'537UZ, 3'000'000UZ}) {
+        SCOPED_TRACE(size);
+        answerWith({.body = ""});
+        EXPECT_EQ(attempt(), "200");
+        answerWith(emulator::hangUp(Ending::close));
+        const auto outcome = perform(request(drive, {}, std::string(size, 'x')));
+        ASSERT_TRUE(outcome.error);
+        EXPECT_TRUE(
+            outcome.error->diagnosticText().ends_with("The connection was lost before the answer)"))
+            << outcome.error->diagnosticText();
+    }
+    EXPECT_EQ(emulator_.snapshot().connectionsAccepted, 4U);
+}
+
+TEST_F(HttpSessionTest, CompletesOnOneThreadOfItsOwnWithAllSignalsBlocked) {
+    const auto threadOfCompletion = [](std::string_view url) {
+        Awaited<std::thread::id> thread;
+        const auto look = [&thread](const HttpOutcome&) {
+            EXPECT_TRUE(isLibraryThread());
+            sigset_t blocked;
+            ::pthread_sigmask(SIG_SETMASK, nullptr, &blocked);
+            for (const int signal : {SIGINT, SIGTERM, SIGHUP, SIGPIPE, SIGCHLD, SIGALRM, SIGUSR1}) {
+                EXPECT_EQ(::sigismember(&blocked, signal), 1) << signal;
+            }
+            thread.give(std::this_thread::get_id());
+        };
+        start(request(url), look);
+        return thread.take();
+    };
+    const auto first = threadOfCompletion(drive);
+    EXPECT_TRUE(first.has_value() && first != std::this_thread::get_id());
+    EXPECT_EQ(first, threadOfCompletion("http://refused"));
+}
+
+TEST_F(HttpSessionTest, SendsOnWhileACompletionRuns) {
+    const auto start = [](std::string_view url, std::size_t size,
+                          std::function<void()> completion) {
+        tests::start(request(url, {}, std::string(size, 'x')),
+                     [completion](auto) { completion(); });
+    };
+    constexpr auto refused = "http://refused";
+    constexpr std::size_t large = 20'000'000;
+    Awaited<bool> isWaiting;
+    Awaited<bool> hasArrived;
+    Awaited<bool> isOver;
+    emulator_.setHook([&hasArrived](const auto&) {
+        hasArrived.give(true);
+        return Answer{.body = ""};
+    });
+    const auto waitForArrival = [&] {
+        isWaiting.give(true);
+        isOver.give(hasArrived.take().has_value());
+    };
+    const std::vector<std::pair<std::string, std::function<void()>>> steps{
+        {"sent before",
+         [&] {
+             start(drive, large, [] {});
+             start(refused, 0, waitForArrival);
+         }},
+        {"asked for by the completion before",
+         [&] {
+             start(refused, 0, [&] { start(drive, large, [] {}); });
+             start(refused, 0, waitForArrival);
+         }},
+        {"asked for meanwhile", [&] { start(refused, 0, waitForArrival); }}};
+    for (const auto& [name, step] : steps) {
+        SCOPED_TRACE(name);
+        start(refused, 0, step);
+        ASSERT_TRUE(isWaiting.take());
+        if (name == "asked for meanwhile") {
+            start(drive, large, [] {});
+        }
+        EXPECT_EQ(isOver.take(), true);
+        HttpSession::shared().waitUntilIdle();
+    }
+}
+
+} // namespace
+} // namespace cirrus::tests

@@ -1,0 +1,153 @@
+#include <gtest/gtest.h>
+#include <stdlib.h>
+
+#include <functional>
+
+#include "Cirrus/platform/formats/Json.h"
+#include "Cirrus/platform/http/HttpSession.h"
+#include "Cirrus/webservice/GoogleWebservice.h"
+#include "tests/support/Waiting.h"
+#include <Cirrus/emulator/LocalDrive.h>
+
+namespace cirrus::tests {
+namespace {
+
+using Members = JsonValue;
+
+constexpr auto folderType = "application/vnd.google-apps.folder";
+constexpr auto links = " fields=id, kind, name, mimeType, webContentLink, webViewLink";
+const std::string search =
+    "GET /drive/v3/files q=mimeType = 'application/vnd.google-apps.folder' and name = '";
+
+class RequestsTest : public testing::Test {
+protected:
+    /// Calls an operation and waits for its result.
+    template <class Value>
+    auto call(auto operation, const auto&... arguments) {
+        Awaited<Result<Value, WebserviceError>> result;
+        std::invoke(operation, *service_, arguments...,
+                    [&result](auto value) { result.give(std::move(value)); });
+        return result.take().value();
+    }
+
+    void answerWith(const emulator::Answer& answer) {
+        emulator_.setHook([answer](const auto&) { return answer; });
+    }
+
+    /// Compares the last request: method, path and decoded query; the JSON of its body, if any.
+    void expectRequest(const std::string& line, const std::optional<JsonValue>& json) {
+        const auto request = emulator_.snapshot().requests.back();
+        auto sent = request.method + " " + request.path;
+        for (const auto& [name, value] : request.query) {
+            sent += " " + name + "=" + value;
+        }
+        EXPECT_EQ(sent, line);
+        const auto header = [&request](std::string_view name) {
+            const auto* value = request.header(name);
+            return value != nullptr ? *value : "none";
+        };
+        EXPECT_EQ(header("Authorization"), "Bearer " + emulator_.accessToken());
+        EXPECT_EQ(header("Content-Type"), json ? "application/json; charset=utf-8" : "none");
+        EXPECT_EQ(header("Content-Length"),
+                  request.method == "GET" ? "none" : std::to_string(request.body.size));
+        if (json) {
+            EXPECT_EQ(parseJson(request.body.bytes()).value_or("no JSON"), *json) << sent;
+        }
+    }
+
+    std::unique_ptr<emulator::LocalDrive> drive_ = emulator::LocalDrive::start().value();
+    emulator::Emulator& emulator_ = **drive_;
+    std::shared_ptr<GoogleWebservice> service_ =
+        std::make_shared<GoogleWebservice>(emulator_.accessToken());
+};
+
+TEST_F(RequestsTest, ShareAFileThroughDrive) {
+    const auto box = call<File>(&Webservice::createDirectory, "Box", std::nullopt).value();
+    expectRequest("POST /drive/v3/files", Members{{"mimeType", folderType}, {"name", "Box"}});
+    const auto found = call<FileList>(&Webservice::findDirectory, "Box").value();
+    expectRequest(search + "Box'", {});
+    EXPECT_EQ(found.files.at(0).identifier, box.identifier);
+    const auto url = call<Url>(&Webservice::createUploadUrl, "a.txt", 5, box.identifier).value();
+    expectRequest("POST /upload/drive/v3/files uploadType=resumable",
+                  Members{{"name", "a.txt"}, {"parents", JsonValue::array({box.identifier})}});
+    std::shared_ptr<Progress> progress;
+    const auto keepProgress = [&progress](const auto& given) { progress = given; };
+    const std::string bytes("\0a\r\n\xff", 5);
+    const auto file =
+        call<File>(&Webservice::upload, SharedBytes(bytes), url, keepProgress).value();
+    expectRequest("POST /upload/drive/v3/files uploadType=resumable upload_id=" +
+                      url.text().substr(url.text().rfind('=') + 1),
+                  {});
+    EXPECT_EQ(emulator_.snapshot().requests.back().body.bytes(), bytes);
+    EXPECT_EQ(progress->fractionCompleted(), 1.0);
+    EXPECT_TRUE(call<File>(&Webservice::requestFile, file.identifier).value().downloadLink);
+    expectRequest("GET /drive/v3/files/" + file.identifier + links, {});
+    const auto grant = call<Permission>(&Webservice::createPermission, file.identifier, "reader",
+                                        "anyone", std::nullopt, std::nullopt, std::nullopt);
+    EXPECT_EQ(grant.value().type, "anyone");
+    expectRequest("POST /drive/v3/files/" + file.identifier + "/permissions",
+                  Members{{"role", "reader"}, {"type", "anyone"}});
+}
+
+TEST_F(RequestsTest, PutEachPartOfAPermissionWhereItBelongs) {
+    using namespace std::chrono_literals;
+    const std::string line = "POST /drive/v3/files/f/permissions";
+    const auto grant = [this](auto... parts) {
+        EXPECT_FALSE(
+            call<Permission>(&Webservice::createPermission, "f", "reader", "user", parts...));
+    };
+    ::setenv("TZ", "CET-1CEST,M3.5.0,M10.5.0/3", 1);
+    grant("a@b.example", std::nullopt, std::chrono::sys_days(2035y / 7 / 5) + 12h + 999ms);
+    ::unsetenv("TZ");
+    expectRequest(line, Members{{"role", "reader"},
+                                {"type", "user"},
+                                {"expirationTime", "2035-07-05T14:00:00+0200"},
+                                {"emailAddress", "a@b.example"}});
+    grant(std::nullopt, "", std::nullopt);
+    expectRequest(line + " emailMessage=", Members{{"role", "reader"}, {"type", "user"}});
+}
+
+TEST_F(RequestsTest, CarryAwkwardTextsAsData) {
+    answerWith({.body = "{}"});
+    for (const std::string text :
+         {"it's \"q\" \\", "a&b=c", "1+1 = 2", "100% %41", "#1?", "a/b/../c", "né 文 😀\n\t"}) {
+        EXPECT_FALSE(call<FileList>(&Webservice::findDirectory, text));
+        expectRequest(search + text + "'", {});
+        EXPECT_FALSE(call<File>(&Webservice::createDirectory, text, text));
+        expectRequest("POST /drive/v3/files", Members{{"mimeType", folderType},
+                                                      {"name", text},
+                                                      {"parents", JsonValue::array({text})}});
+        EXPECT_FALSE(call<Url>(&Webservice::createUploadUrl, text, 5, text));
+        expectRequest("POST /upload/drive/v3/files uploadType=resumable",
+                      Members{{"name", text}, {"parents", JsonValue::array({text})}});
+        EXPECT_FALSE(call<Permission>(&Webservice::createPermission, "f", text, text, text, text,
+                                      std::nullopt));
+        expectRequest("POST /drive/v3/files/f/permissions emailMessage=" + text,
+                      Members{{"role", text}, {"type", text}, {"emailAddress", text}});
+        EXPECT_FALSE(call<File>(&Webservice::requestFile, text));
+        expectRequest("GET /drive/v3/files/" + text + links, {});
+    }
+    EXPECT_FALSE(call<File>(&Webservice::requestFile, "a/b?c#d e"));
+    EXPECT_TRUE(emulator_.snapshot().requests.back().target.starts_with(
+        "/drive/v3/files/a/b%3Fc%23d%20e?fields="));
+    // A text that is not UTF-8 leaves no JSON to send.
+    EXPECT_FALSE(call<File>(&Webservice::createDirectory, "caf\xe9", std::nullopt));
+    expectRequest("POST /drive/v3/files", "no JSON");
+    EXPECT_EQ(emulator_.snapshot().requests.back().body.size, 0U);
+}
+
+TEST_F(RequestsTest, GiveTheAddressOfAnUploadOrFail) {
+    const std::vector<std::pair<std::vector<emulator::Header>, std::string>> rows{
+        {{}, "invalidResponse"},
+        {{{"Location", ""}}, "invalidResponse"},
+        {{{"Location", "not a url"}}, "invalidResponse"},
+        {{{"location", "/relative?x=%20"}}, "/relative?x=%20"}};
+    for (const auto& [headers, expected] : rows) {
+        answerWith({.headers = headers, .body = ""});
+        const auto url = call<Url>(&Webservice::createUploadUrl, "n", 5, "p");
+        EXPECT_EQ(url ? url->text() : url.error().diagnosticText(), expected);
+    }
+}
+
+} // namespace
+} // namespace cirrus::tests
