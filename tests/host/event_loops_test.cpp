@@ -5,6 +5,9 @@
 
 #include <array>
 #include <memory>
+#include <set>
+#include <thread>
+#include <utility>
 
 #include "Cirrus/platform/http/HttpSession.h"
 #include "tests/support/Host.h"
@@ -88,6 +91,27 @@ TYPED_TEST(EventLoopTest, CallsBackOnItsThreadWhileItRuns) {
     HttpSession::shared().waitUntilIdle();
     MainQueue::setDispatcher({});
     EXPECT_TRUE(unheard->results.empty());
+}
+
+TYPED_TEST(EventLoopTest, DestroysTasksOnItsThread) {
+    auto loop = std::make_unique<TypeParam>();
+    std::set<std::thread::id> threads;
+    int left = 1000;
+    std::jthread poster([&] {
+        for (int count = left; count > 0; --count) {
+            std::shared_ptr<void> held(nullptr, [&](auto) {
+                threads.insert(std::this_thread::get_id());
+                --left;
+            });
+            MainQueue::post([held = std::move(held)] {});
+        }
+    });
+    while (left > 0) {
+        loop->turn();
+    }
+    EXPECT_EQ(threads, std::set{std::this_thread::get_id()});
+    loop.reset();
+    MainQueue::setDispatcher({});
 }
 
 } // namespace cirrus::tests
