@@ -5,6 +5,7 @@
 #include <utility>
 
 #include "Cirrus/Log.h"
+#include "Cirrus/platform/threads/ProcessExit.h"
 
 namespace cirrus {
 
@@ -37,7 +38,7 @@ void Configuration::setLog(std::shared_ptr<LogSink> sink) {
 }
 
 std::shared_ptr<LogSink> installedLog() {
-    if (!slot().isFilled) {
+    if (!slot().isFilled || !mayCallHost()) {
         return nullptr;
     }
     const std::scoped_lock lock(slot().mutex);

@@ -55,11 +55,11 @@ void FileUploader::uploadNextItem() {
     logDetail(name);
     if (isCancelled_) {
         logNotice(name, "Upload is cancelled");
-        reader_ = {};
+        reader_.reset();
         return;
     }
     if (pendingItems_.empty()) {
-        reader_ = {};
+        reader_.reset();
         finish();
         return;
     }
@@ -82,16 +82,23 @@ void FileUploader::upload(const Item& item, ItemCompletion completion) {
                 return;
             }
             logDetail(name, "Finished creating upload URL, proceeding to upload content...");
-            if (const auto self = uploader.lock()) {
-                self->uploadContent(item, *result, completion);
-            }
+            uploadContent(uploader, item, *result, completion);
         });
 }
 
-void FileUploader::uploadContent(const Item& item, const Url& to, ItemCompletion completion) {
+/// Holds the uploader weakly while it reads, which can take long: a job that has ended meanwhile
+/// sends nothing more.
+void FileUploader::uploadContent(const std::weak_ptr<FileUploader>& uploader, const Item& item,
+                                 const Url& to, ItemCompletion completion) {
     constexpr auto name = "uploadContent(of:to:completion:)";
+    auto self = uploader.lock();
+    if (!self) {
+        return;
+    }
     logDetail(name);
-    auto data = reader_.read(item.path);
+    const auto reader = self->reader_;
+    self.reset();
+    auto data = reader->read(item.path);
     if (!data) {
         logFailure(name, "Could not read contents of file ", item.path, ", error: ", data.error());
         MainQueue::post([completion = std::move(completion)] {
@@ -99,9 +106,13 @@ void FileUploader::uploadContent(const Item& item, const Url& to, ItemCompletion
         });
         return;
     }
-    webservice_->upload(
+    self = uploader.lock();
+    if (!self) {
+        return;
+    }
+    self->webservice_->upload(
         *std::move(data), to,
-        [uploader = weak_from_this()](const std::shared_ptr<Progress>& progress) {
+        [uploader](const std::shared_ptr<Progress>& progress) {
             if (const auto self = uploader.lock()) {
                 self->progress_->addChild(progress, unitsPerFile);
             }

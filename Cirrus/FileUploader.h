@@ -94,7 +94,8 @@ private:
 
     void uploadNextItem();
     void upload(const Item& item, ItemCompletion completion);
-    void uploadContent(const Item& item, const Url& to, ItemCompletion completion);
+    static void uploadContent(const std::weak_ptr<FileUploader>& uploader, const Item& item,
+                              const Url& to, ItemCompletion completion);
     static void itemDidEnd(const std::weak_ptr<FileUploader>& uploader, const Item& item,
                            bool hasSucceeded);
     void finish();
@@ -103,7 +104,7 @@ private:
     const std::shared_ptr<Webservice> webservice_;
     const std::shared_ptr<Progress> progress_;
     const std::size_t fileCount_;
-    FileReader reader_;
+    std::shared_ptr<FileReader> reader_ = std::make_shared<FileReader>();
     // Each step starts after the one before has ended, so the lists need no lock. Every file is in
     // exactly one of them.
     std::deque<Item> pendingItems_; ///< the first one is in flight

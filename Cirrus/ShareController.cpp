@@ -4,11 +4,16 @@
 
 #include "Cirrus/Log.h"
 #include "Cirrus/ShareJob.h"
+#include "Cirrus/platform/formats/Json.h"
 #include "Cirrus/webservice/GoogleWebservice.h"
 
 namespace cirrus {
 
 namespace {
+
+std::optional<std::string> repaired(const std::optional<std::string>& text) {
+    return text ? std::optional(repairedUtf8(*text)) : std::nullopt;
+}
 
 ShareController::Error underlying(auto error) {
     return ShareController::Error::underlying(AnyError(std::move(error)));
@@ -23,10 +28,10 @@ ShareController::Context::Context(std::vector<std::filesystem::path> files,
                                   std::optional<std::string> emailMessage,
                                   std::optional<std::chrono::system_clock::time_point> expiration)
     : files_(std::move(files)),
-      rootDirectoryName_(std::move(rootDirectoryName)),
-      destinationDirectoryName_(std::move(destinationDirectoryName)),
-      email_(std::move(email)),
-      emailMessage_(std::move(emailMessage)),
+      rootDirectoryName_(repairedUtf8(rootDirectoryName)),
+      destinationDirectoryName_(repairedUtf8(destinationDirectoryName)),
+      email_(repaired(email)),
+      emailMessage_(repaired(emailMessage)),
       expiration_(expiration) {}
 
 ShareController::ShareController(Context context, std::string accessToken)

@@ -20,14 +20,9 @@ WebserviceError serviceErrorIn(const std::string& body) {
     return WebserviceError::invalidResponse();
 }
 
-bool isText(std::string_view headerName) {
-    return std::ranges::all_of(headerName,
-                               [](char character) { return character > ' ' && character < 0x7F; });
-}
-
 HeaderFields textHeaders(HeaderFields headers) {
     const bool areTexts =
-        std::ranges::all_of(headers, [](const auto& field) { return isText(field.first); });
+        std::ranges::all_of(headers, [](const auto& field) { return isUtf8(field.first); });
     return areTexts ? std::move(headers) : HeaderFields();
 }
 

@@ -31,15 +31,19 @@ class FileReader {
 public:
     /// Blocks. Fails if it is not a regular file (a FIFO is refused without waiting for its
     /// writer), cannot be opened or read, or does not fit into memory. If the file shrinks while it
-    /// is read, the result is what was read until its end; what is appended later is left out.
+    /// is read, the result is what was read until its end; what is appended later is left out. A
+    /// file that reports no size, as those under /proc do, is read until its end.
     [[nodiscard]] Result<SharedBytes, FileReadError> read(const std::filesystem::path& path);
 
 private:
+    [[nodiscard]] bool reserve(std::size_t size);
+
     std::shared_ptr<std::byte[]> memory_;
     std::size_t capacity_ = 0;
 };
 
-/// The last component of a path; trailing slashes do not count. The root is its own name.
+/// The last component of a path, with U+FFFD for what is not UTF-8 in it; trailing slashes do not
+/// count. The root is its own name.
 [[nodiscard]] std::string lastPathComponent(const std::filesystem::path& path);
 
 } // namespace cirrus

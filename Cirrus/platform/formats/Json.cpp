@@ -42,6 +42,15 @@ std::optional<std::string> writeJson(const JsonValue& value) {
     }
 }
 
+bool isUtf8(std::string_view text) {
+    return writeJson(text).has_value();
+}
+
+std::string repairedUtf8(std::string_view text) {
+    const auto repaired = JsonValue(text).dump(-1, ' ', false, JsonValue::error_handler_t::replace);
+    return JsonValue::parse(repaired).get<std::string>();
+}
+
 std::optional<std::int64_t> wholeNumber(const JsonValue& value) {
     constexpr auto greatest = std::numeric_limits<std::int64_t>::max();
     if (value.is_number_unsigned()) {

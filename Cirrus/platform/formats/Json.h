@@ -27,6 +27,11 @@ struct JsonError {
 /// Writes a value as pretty-printed JSON; nullopt if it contains text that is not UTF-8.
 [[nodiscard]] std::optional<std::string> writeJson(const JsonValue& value);
 
+[[nodiscard]] bool isUtf8(std::string_view text);
+
+/// `text` with U+FFFD in place of every sequence that is not UTF-8.
+[[nodiscard]] std::string repairedUtf8(std::string_view text);
+
 /// A whole number within the signed 64-bit range, however it is written (404 or 404.0).
 [[nodiscard]] std::optional<std::int64_t> wholeNumber(const JsonValue& value);
 

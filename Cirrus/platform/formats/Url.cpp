@@ -128,6 +128,16 @@ Url UrlBuilder::replacingQuery(const Url& url, const QueryItems& items) {
     return Url(std::move(text));
 }
 
+std::string UrlBuilder::requestTarget(const Url& url) {
+    const auto text = url.text().substr(0, url.text().find('#'));
+    auto target = text.substr(std::min(
+        text.size(), text.find_first_of("/?", text.find("://") + std::string_view("://").size())));
+    if (!target.starts_with('/')) {
+        target.insert(0, 1, '/');
+    }
+    return target;
+}
+
 bool UrlBuilder::isHttps(const Url& url) {
     constexpr std::string_view start = "https://";
     std::string_view text = url.text();

@@ -22,6 +22,9 @@ public:
     /// of a value are percent-encoded, so that every value survives as data.
     [[nodiscard]] static Url replacingQuery(const Url& url, const QueryItems& items);
 
+    /// The path and query of an absolute URL, unchanged, as the first line of a request has them.
+    [[nodiscard]] static std::string requestTarget(const Url& url);
+
     /// Whether the URL is absolute, its scheme is "https" (in any case) and it names a host.
     [[nodiscard]] static bool isHttps(const Url& url);
 };

@@ -2,8 +2,6 @@
 
 #include <algorithm>
 
-#include "Cirrus/platform/http/Sockets.h"
-
 namespace cirrus {
 
 int ConnectionTable::open(int family, int type, int protocol, const CurlTransfer& user) {
@@ -39,13 +37,14 @@ void ConnectionTable::release(const CurlTransfer& user) {
     }
 }
 
-std::optional<std::uint64_t> ConnectionTable::bytesMoved(const CurlTransfer& user) const {
-    std::optional<std::uint64_t> sum;
+std::optional<Traffic> ConnectionTable::traffic(const CurlTransfer& user) const {
+    std::optional<Traffic> sum;
     for (const auto& connection : connections_) {
         const auto moved =
-            connection.user == &user ? sockets::bytesMoved(connection.socket) : std::nullopt;
+            connection.user == &user ? sockets::traffic(connection.socket) : std::nullopt;
         if (moved) {
-            sum = sum.value_or(0) + *moved;
+            sum = {.acknowledged = sum.value_or(Traffic()).acknowledged + moved->acknowledged,
+                   .received = sum.value_or(Traffic()).received + moved->received};
         }
     }
     return sum;

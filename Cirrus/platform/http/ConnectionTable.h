@@ -1,8 +1,9 @@
 #pragma once
 
-#include <cstdint>
 #include <optional>
 #include <vector>
+
+#include "Cirrus/platform/http/Sockets.h"
 
 namespace cirrus {
 
@@ -24,8 +25,8 @@ public:
     /// The transfer has ended; its connections may be kept.
     void release(const CurlTransfer& user);
 
-    /// Bytes moved on the connections of a transfer; nullopt if the system does not count them.
-    [[nodiscard]] std::optional<std::uint64_t> bytesMoved(const CurlTransfer& user) const;
+    /// What has moved on the connections of a transfer; nullopt if the system does not count it.
+    [[nodiscard]] std::optional<Traffic> traffic(const CurlTransfer& user) const;
 
 private:
     struct Connection {

@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <limits>
 #include <map>
+#include <system_error>
 
 #include "Cirrus/platform/http/CurlTransfer.h"
 
@@ -25,7 +26,12 @@ constexpr int looksPerIdleLimit = 80;
 /// libcurl's multi handle and the transfers in flight. Used on the network thread, but for `wake`.
 class CurlEngine::Loop {
 public:
-    explicit Loop() : multi_(curl_multi_init()) {
+    Loop() : multi_(curl_multi_init()) {
+        // Without a descriptor for it, libcurl makes a handle that nobody can wake.
+        if (curl_multi_wakeup(multi_) != CURLM_OK) {
+            curl_multi_cleanup(multi_);
+            throw std::system_error(std::make_error_code(std::errc::too_many_files_open));
+        }
         curl_multi_setopt(multi_, CURLMOPT_MAXCONNECTS, mostKeptConnections);
     }
 
@@ -40,7 +46,8 @@ public:
         curl_multi_cleanup(multi_);
     }
 
-    void begin(std::shared_ptr<HttpTransfer> transfer, ServerPointer server, const Ended& ended) {
+    void begin(std::shared_ptr<HttpTransfer> transfer, std::shared_ptr<const TestServer> server,
+               const Ended& ended) {
         if (auto reason = reasonNotToSend(transfer->request)) {
             transfer->outcome.error = TransportError{
                 .reason = TransportError::Reason::other, .code = 0, .text = *std::move(reason)};
@@ -51,7 +58,9 @@ public:
             std::make_unique<CurlTransfer>(std::move(transfer), std::move(server), connections_);
         CURL* const easy = started->easy();
         transfers_.emplace(easy, std::move(started));
-        curl_multi_add_handle(multi_, easy);
+        if (curl_multi_add_handle(multi_, easy) != CURLM_OK) {
+            end(easy, CURLE_OUT_OF_MEMORY, ended);
+        }
     }
 
     /// Moves all transfers on as far as they can go without waiting.
@@ -64,13 +73,13 @@ public:
                 end(message->easy_handle, message->data.result, ended);
             }
         }
-        endIdle(ended);
+        endOverdue(ended);
     }
 
     /// Waits until a transfer can go on, the next look at idle ones is due, or `wake` is called.
     void wait() {
         using std::chrono::milliseconds;
-        const auto left = std::chrono::ceil<milliseconds>(nextIdleCheck_ - Clock::now());
+        const auto left = std::chrono::ceil<milliseconds>(nextLook_ - Clock::now());
         const auto limit = transfers_.empty() ? std::numeric_limits<int>::max()
                                               : std::max(0, static_cast<int>(left.count()));
         curl_multi_poll(multi_, nullptr, 0, limit, nullptr);
@@ -94,21 +103,21 @@ private:
         ended(std::move(transfer));
     }
 
-    void endIdle(const Ended& ended) {
+    void endOverdue(const Ended& ended) {
         const auto now = Clock::now();
-        if (now < nextIdleCheck_) {
+        if (now < nextLook_) {
             return;
         }
         auto shortestLimit = std::chrono::milliseconds(std::chrono::seconds(10));
-        std::vector<CURL*> idle;
+        std::vector<CURL*> overdue;
         for (const auto& [easy, transfer] : transfers_) {
             shortestLimit = std::min(shortestLimit, transfer->idleLimit());
-            if (transfer->isIdleTooLong(now)) {
-                idle.push_back(easy);
+            if (transfer->mustEnd(now)) {
+                overdue.push_back(easy);
             }
         }
-        nextIdleCheck_ = now + shortestLimit / looksPerIdleLimit;
-        for (CURL* const easy : idle) {
+        nextLook_ = now + shortestLimit / looksPerIdleLimit;
+        for (CURL* const easy : overdue) {
             end(easy, CURLE_OPERATION_TIMEDOUT, ended);
         }
     }
@@ -116,7 +125,7 @@ private:
     ConnectionTable connections_;
     CURLM* multi_;
     std::map<CURL*, std::unique_ptr<CurlTransfer>> transfers_;
-    Clock::time_point nextIdleCheck_;
+    Clock::time_point nextLook_;
 };
 
 CurlEngine::CurlEngine() {
@@ -126,23 +135,19 @@ CurlEngine::CurlEngine() {
 
 CurlEngine::~CurlEngine() = default;
 
-void CurlEngine::submit(std::shared_ptr<HttpTransfer> transfer) {
+void CurlEngine::submit(std::shared_ptr<HttpTransfer> transfer,
+                        std::shared_ptr<const TestServer> server) {
     std::shared_ptr<Loop> loop;
     {
         const std::scoped_lock lock(mutex_);
         if (isStopping_) {
             return;
         }
-        submitted_.emplace_back(std::move(transfer), server_);
+        submitted_.emplace_back(std::move(transfer), std::move(server));
         loop = loop_;
     }
     // Not under the lock, which the thread that wakes up wants at once.
     loop->wake();
-}
-
-void CurlEngine::connectTo(std::optional<TestServer> server) {
-    const std::scoped_lock lock(mutex_);
-    server_ = server ? std::make_shared<const TestServer>(*std::move(server)) : nullptr;
 }
 
 void CurlEngine::stop() {

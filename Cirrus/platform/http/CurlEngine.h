@@ -3,7 +3,6 @@
 #include <functional>
 #include <memory>
 #include <mutex>
-#include <optional>
 #include <utility>
 #include <vector>
 
@@ -17,16 +16,15 @@ class CurlEngine {
 public:
     using Ended = std::function<void(std::shared_ptr<HttpTransfer>)>;
 
+    /// Throws `std::system_error` if the system has no descriptor left for it.
     CurlEngine();
     CurlEngine(const CurlEngine&) = delete;
     CurlEngine& operator=(const CurlEngine&) = delete;
     ~CurlEngine();
 
-    /// Starts a transfer. Safe from any thread; dropped without a word after `stop`.
-    void submit(std::shared_ptr<HttpTransfer> transfer);
-
-    /// Counts for transfers submitted from now on. Safe from any thread.
-    void connectTo(std::optional<TestServer> server);
+    /// Starts a transfer; a null `server` means the real network. Safe from any thread; dropped
+    /// without a word after `stop`.
+    void submit(std::shared_ptr<HttpTransfer> transfer, std::shared_ptr<const TestServer> server);
 
     /// Drives all transfers on this thread until `stop`, and calls `ended` here for each one that
     /// has ended, with its outcome filled in. Those still in flight at `stop` are dropped.
@@ -37,8 +35,8 @@ public:
 
 private:
     class Loop;
-    using ServerPointer = std::shared_ptr<const TestServer>;
-    using Submitted = std::vector<std::pair<std::shared_ptr<HttpTransfer>, ServerPointer>>;
+    using Submitted =
+        std::vector<std::pair<std::shared_ptr<HttpTransfer>, std::shared_ptr<const TestServer>>>;
 
     [[nodiscard]] Submitted takeSubmitted();
     [[nodiscard]] bool hasNews();
@@ -46,7 +44,6 @@ private:
     std::mutex mutex_;
     std::shared_ptr<Loop> loop_; ///< shared with whoever wakes it
     Submitted submitted_;
-    ServerPointer server_; ///< null: the real network
     bool isStopping_ = false;
 };
 

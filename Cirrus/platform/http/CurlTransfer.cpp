@@ -4,6 +4,7 @@
 #include <limits>
 #include <utility>
 
+#include "Cirrus/platform/formats/UrlBuilder.h"
 #include "Cirrus/platform/http/Sockets.h"
 
 namespace cirrus {
@@ -13,11 +14,21 @@ namespace {
 /// Longest answer that is accepted; none of Drive's comes near it.
 constexpr std::size_t longestAnswer = std::size_t{8} * 1024 * 1024;
 
+/// The same for its head, with interim answers and trailers.
+constexpr std::size_t longestHead = std::size_t{300} * 1024;
+
+/// The same for what an answer may bring over the line, whatever it consists of.
+constexpr std::uint64_t mostReceived = std::uint64_t{2} * longestAnswer;
+
 /// Up to this size, as nearly all requests have it, a body goes to libcurl in one piece.
 constexpr std::uint64_t longestWholeBody = std::uint64_t{64} * 1024;
 
 /// A kept connection that was idle for more seconds is not reused: servers close theirs about then.
 constexpr long longestReuse = 15;
+
+TransportError ownError(std::string text) {
+    return {.reason = TransportError::Reason::other, .code = 0, .text = std::move(text)};
+}
 
 TransportError::Reason reasonFor(CURLcode code) {
     using enum TransportError::Reason;
@@ -63,10 +74,16 @@ std::chrono::milliseconds CurlTransfer::idleLimit() const {
     return server_ ? server_->idleLimit.value_or(limit) : limit;
 }
 
-bool CurlTransfer::isIdleTooLong(Clock::time_point now) {
+bool CurlTransfer::mustEnd(Clock::time_point now) {
     // What was only handed to the kernel does not count as moved, so TCP is asked first.
-    const auto count = connections_.bytesMoved(*this).value_or(static_cast<std::uint64_t>(
-        get<curl_off_t>(CURLINFO_SIZE_UPLOAD_T) + get<curl_off_t>(CURLINFO_SIZE_DOWNLOAD_T)));
+    const auto traffic = connections_.traffic(*this).value_or(
+        Traffic{.acknowledged = static_cast<std::uint64_t>(get<curl_off_t>(CURLINFO_SIZE_UPLOAD_T)),
+                .received = static_cast<std::uint64_t>(get<curl_off_t>(CURLINFO_SIZE_DOWNLOAD_T))});
+    if (hasBegun_ && traffic.received > trafficBefore_.received + mostReceived) {
+        abortReason_ = "The answer brings more than 16 MiB";
+        return true;
+    }
+    const auto count = traffic.acknowledged + traffic.received;
     if (std::exchange(lastByteCount_, count) != count) {
         lastMoved_ = now;
     }
@@ -80,7 +97,13 @@ bool CurlTransfer::preparesNewConnection() {
 
 std::shared_ptr<HttpTransfer> CurlTransfer::finish(CURLcode code) {
     auto& outcome = transfer_->outcome;
-    if (code != CURLE_OK) {
+    if (code == CURLE_SEND_FAIL_REWIND) {
+        static_cast<void>(mustNotSendAgain());
+    }
+    if (code == CURLE_OK && !isHeadComplete_) {
+        abortReason_ = "The connection ended within the head of the answer";
+    }
+    if (code != CURLE_OK || !abortReason_.empty()) {
         outcome.error = errorFor(code);
         return std::move(transfer_);
     }
@@ -106,7 +129,6 @@ void CurlTransfer::setGeneralOptions() {
     // Only the idle limit counts, while connecting too. libcurl's own limits are shorter.
     set(CURLOPT_CONNECTTIMEOUT_MS, static_cast<long>(std::numeric_limits<int>::max()));
     set(CURLOPT_QUICK_EXIT, 1L);
-    set(CURLOPT_PATH_AS_IS, 1L);
     set(CURLOPT_FOLLOWLOCATION, 0L);
     set(CURLOPT_NOPROGRESS, 0L);
     set(CURLOPT_ERRORBUFFER, errorText_.data());
@@ -118,6 +140,8 @@ void CurlTransfer::setCallbacks() {
     // A kept connection may be closed after this transfer has ended.
     set(CURLOPT_CLOSESOCKETFUNCTION, &CurlTransfer::closeSocket);
     set(CURLOPT_CLOSESOCKETDATA, &connections_);
+    set(CURLOPT_HEADERFUNCTION, &CurlTransfer::receiveHeadLine);
+    set(CURLOPT_HEADERDATA, this);
     set(CURLOPT_WRITEFUNCTION, &CurlTransfer::receiveBody);
     set(CURLOPT_WRITEDATA, this);
     set(CURLOPT_READFUNCTION, &CurlTransfer::sendBody);
@@ -146,6 +170,8 @@ void CurlTransfer::setServer() {
 void CurlTransfer::setRequest() {
     const auto& request = transfer_->request;
     set(CURLOPT_URL, request.url.text().c_str());
+    // The address of a session goes back as it came; libcurl would tidy it up.
+    set(CURLOPT_REQUEST_TARGET, UrlBuilder::requestTarget(request.url).c_str());
     if (request.method == "POST") {
         set(CURLOPT_POST, 1L);
         set(CURLOPT_POSTFIELDSIZE_LARGE, static_cast<curl_off_t>(request.body.size()));
@@ -197,7 +223,18 @@ HeaderFields CurlTransfer::receivedHeaders() const {
 
 TransportError CurlTransfer::errorFor(CURLcode code) const {
     if (!abortReason_.empty()) {
-        return {.reason = TransportError::Reason::other, .code = code, .text = abortReason_};
+        return ownError(abortReason_);
+    }
+    const std::string_view text = errorText_.data();
+    if (code == CURLE_COULDNT_RESOLVE_PROXY || text.starts_with("Unsupported proxy")) {
+        // libcurl's text may quote the proxy's password.
+        return {.reason = TransportError::Reason::noConnection,
+                .code = code,
+                .text = "The proxy's address is of no use"};
+    }
+    if (code == CURLE_OUT_OF_MEMORY) {
+        // libcurl 7.88 has no other code for it.
+        return ownError("A field of the answer's head is too long, or memory has run out");
     }
     if (code == CURLE_OPERATION_TIMEDOUT) {
         return {.reason = TransportError::Reason::timedOut,
@@ -206,7 +243,7 @@ TransportError CurlTransfer::errorFor(CURLcode code) const {
     }
     return {.reason = reasonFor(code),
             .code = code,
-            .text = errorText_.front() != '\0' ? errorText_.data() : curl_easy_strerror(code)};
+            .text = std::string(text.empty() ? curl_easy_strerror(code) : text)};
 }
 
 /// libcurl sends a request again if a kept connection turns out to be dead. What the server has
@@ -230,6 +267,31 @@ curl_socket_t CurlTransfer::openSocket(void* self, curlsocktype, curl_sockaddr* 
 int CurlTransfer::closeSocket(void* connections, curl_socket_t socket) noexcept {
     static_cast<ConnectionTable*>(connections)->close(socket);
     return 0;
+}
+
+std::size_t CurlTransfer::receiveHeadLine(const char* bytes, std::size_t, std::size_t count,
+                                          void* self) noexcept {
+    auto& transfer = *static_cast<CurlTransfer*>(self);
+    const std::string_view line(bytes, count);
+    if (transfer.headSize_ == 0) {
+        // Bytes behind the answer before can wait within TLS, where `hasInput` does not see them.
+        const auto traffic = transfer.connections_.traffic(transfer);
+        if (traffic && traffic->received == transfer.trafficBefore_.received) {
+            transfer.abortReason_ = "The answer came before its request";
+            return CURL_WRITEFUNC_ERROR;
+        }
+    }
+    transfer.headSize_ += count;
+    if (transfer.headSize_ > longestHead) {
+        transfer.abortReason_ = "The head of the answer is longer than 300 KiB";
+        return CURL_WRITEFUNC_ERROR;
+    }
+    if (line.starts_with("HTTP/")) {
+        transfer.isHeadComplete_ = false;
+    } else if (line.find_first_not_of("\r\n") == std::string_view::npos) {
+        transfer.isHeadComplete_ = true;
+    }
+    return count;
 }
 
 std::size_t CurlTransfer::receiveBody(const char* bytes, std::size_t, std::size_t count,
@@ -268,6 +330,7 @@ int CurlTransfer::beginRequest(void* self, char*, char*, int, int localPort) noe
         const int socket = transfer.connections_.reuse(localPort, transfer);
         transfer.isConnectionStale_ = socket < 0 || sockets::hasInput(socket);
     }
+    transfer.trafficBefore_ = transfer.connections_.traffic(transfer).value_or(Traffic());
     transfer.hasBegun_ = !transfer.isConnectionStale_;
     return transfer.hasBegun_ ? CURL_PREREQFUNC_OK : CURL_PREREQFUNC_ABORT;
 }

@@ -32,8 +32,9 @@ public:
 
     [[nodiscard]] std::chrono::milliseconds idleLimit() const;
 
-    /// Whether no byte has moved for `idleLimit()`, as seen by the calls so far.
-    [[nodiscard]] bool isIdleTooLong(Clock::time_point now);
+    /// Whether no byte has moved for `idleLimit()`, as seen by the calls so far, or the answer
+    /// brings more than any answer of Drive does.
+    [[nodiscard]] bool mustEnd(Clock::time_point now);
 
     /// True if the kept connection turned out to be unusable before anything was sent on it. The
     /// handle is then set up to start again on a new one.
@@ -57,6 +58,8 @@ private:
     // libcurl's callbacks; `self` is the transfer.
     static curl_socket_t openSocket(void* self, curlsocktype, curl_sockaddr* address) noexcept;
     static int closeSocket(void* connections, curl_socket_t socket) noexcept;
+    static std::size_t receiveHeadLine(const char* bytes, std::size_t, std::size_t count,
+                                       void* self) noexcept;
     static std::size_t receiveBody(const char* bytes, std::size_t, std::size_t count,
                                    void* self) noexcept;
     static std::size_t sendBody(char* to, std::size_t, std::size_t room, void* self) noexcept;
@@ -85,10 +88,13 @@ private:
     std::array<char, CURL_ERROR_SIZE> errorText_{};
     UploadPacer pacer_;
     std::string answer_;
+    std::size_t headSize_ = 0; ///< with interim answers and trailers
+    bool isHeadComplete_ = false;
     /// Why a callback stopped the transfer; takes the place of libcurl's text.
     std::string abortReason_;
     bool hasBegun_ = false; ///< the request may have reached the server
     bool isConnectionStale_ = false;
+    Traffic trafficBefore_; ///< on the connection, before the request
     std::uint64_t lastByteCount_ = 0;
     Clock::time_point lastMoved_ = Clock::now();
 };

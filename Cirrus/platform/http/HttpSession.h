@@ -3,12 +3,13 @@
 #include <atomic>
 #include <cstddef>
 #include <memory>
+#include <mutex>
 #include <optional>
 
-#include "Cirrus/platform/http/CurlEngine.h"
+#include <Cirrus/Error.h>
+
 #include "Cirrus/platform/http/HttpTransfer.h"
-#include "Cirrus/platform/threads/LibraryThread.h"
-#include "Cirrus/platform/threads/SerialQueue.h"
+#include "Cirrus/platform/http/TestServer.h"
 
 namespace cirrus {
 
@@ -26,8 +27,9 @@ public:
     HttpSession& operator=(const HttpSession&) = delete;
 
     /// Starts a transfer and returns at once; it cannot be stopped any more. Its completion is
-    /// called once, on the callback thread, after the body of the request has been released.
-    /// Safe from any thread.
+    /// called once, on the callback thread, after the body of the request has been released. If
+    /// the system has no thread or descriptor for the session, the completion gets that error on
+    /// the main queue, and the next transfer tries again. Safe from any thread.
     void start(HttpTransfer transfer);
 
     /// Waits until no transfer is in flight and no completion runs. For tests; not on the callback
@@ -35,22 +37,21 @@ public:
     void waitUntilIdle() const;
 
     /// See `connectToTestServer`.
-    void connectTo(std::optional<TestServer> server) { engine_.connectTo(std::move(server)); }
+    void connectTo(std::optional<TestServer> server);
 
 private:
+    struct Threads;
+
     HttpSession() = default;
     ~HttpSession() = default;
+    [[nodiscard]] Result<void, TransportError> startThreads();
     void stop();
     void complete(HttpTransfer& transfer);
 
     std::atomic<std::size_t> unfinished_ = 0;
-    CurlEngine engine_;
-    SerialQueue callbacks_;
-    LibraryThread network_{[this] {
-        engine_.run([this](std::shared_ptr<HttpTransfer> transfer) {
-            callbacks_.post([this, transfer = std::move(transfer)] { complete(*transfer); });
-        });
-    }};
+    std::mutex mutex_;
+    std::shared_ptr<const TestServer> server_; ///< null: the real network
+    std::unique_ptr<Threads> threads_;
 };
 
 } // namespace cirrus

@@ -32,10 +32,10 @@ int localPort(int socket) {
 
 bool hasInput(int socket) {
     pollfd awaited{.fd = socket, .events = POLLIN, .revents = 0};
-    return ::poll(&awaited, 1, 0) > 0;
+    return ::poll(&awaited, 1, 0) != 0; // an error too is no good sign
 }
 
-std::optional<std::uint64_t> bytesMoved(int socket) {
+std::optional<Traffic> traffic(int socket) {
     tcp_info info{};
     socklen_t length = sizeof(info);
     constexpr std::size_t needed =
@@ -43,7 +43,7 @@ std::optional<std::uint64_t> bytesMoved(int socket) {
     if (::getsockopt(socket, IPPROTO_TCP, TCP_INFO, &info, &length) != 0 || length < needed) {
         return std::nullopt;
     }
-    return info.tcpi_bytes_acked + info.tcpi_bytes_received;
+    return Traffic{.acknowledged = info.tcpi_bytes_acked, .received = info.tcpi_bytes_received};
 }
 
 } // namespace cirrus::sockets

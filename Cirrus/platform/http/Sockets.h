@@ -3,7 +3,15 @@
 #include <cstdint>
 #include <optional>
 
-namespace cirrus::sockets {
+namespace cirrus {
+
+/// Bytes that have moved on a connection, as TCP counts them, encryption included.
+struct Traffic {
+    std::uint64_t acknowledged = 0; ///< sent, and the peer's system has it
+    std::uint64_t received = 0;
+};
+
+namespace sockets {
 
 /// Opens a socket that is closed on exec and keeps little unsent data in the kernel, so that what
 /// counts as sent has nearly left the machine. Negative if the system refuses.
@@ -17,8 +25,9 @@ void close(int socket);
 /// Whether the peer has sent something that was not read yet, or has ended the connection.
 [[nodiscard]] bool hasInput(int socket);
 
-/// The bytes that TCP saw acknowledged or received on a connection; nullopt if the system does not
-/// count them.
-[[nodiscard]] std::optional<std::uint64_t> bytesMoved(int socket);
+/// Nullopt if the system does not count it.
+[[nodiscard]] std::optional<Traffic> traffic(int socket);
 
-} // namespace cirrus::sockets
+} // namespace sockets
+
+} // namespace cirrus

@@ -10,6 +10,8 @@
 #include <mutex>
 #include <utility>
 
+#include "Cirrus/platform/threads/ProcessExit.h"
+
 namespace cirrus {
 
 namespace {
@@ -113,7 +115,8 @@ void MainQueue::setDispatcher(Dispatcher dispatcher) {
 }
 
 void MainQueue::post(Task task) {
-    if (const auto dispatcher = currentDispatcher()) {
+    const auto dispatcher = mayCallHost() ? currentDispatcher() : nullptr;
+    if (dispatcher) {
         (*dispatcher)(std::move(task));
     } else {
         shared().builtIn.post(std::move(task));
