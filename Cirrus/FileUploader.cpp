@@ -91,13 +91,13 @@ void FileUploader::upload(const Item& item, ItemCompletion completion) {
 void FileUploader::uploadContent(const std::weak_ptr<FileUploader>& uploader, const Item& item,
                                  const Url& to, ItemCompletion completion) {
     constexpr auto name = "uploadContent(of:to:completion:)";
-    auto self = uploader.lock();
-    if (!self) {
+    std::shared_ptr<FileReader> reader;
+    if (const auto self = uploader.lock()) {
+        logDetail(name);
+        reader = self->reader_;
+    } else {
         return;
     }
-    logDetail(name);
-    const auto reader = self->reader_;
-    self.reset();
     auto data = reader->read(item.path);
     if (!data) {
         logFailure(name, "Could not read contents of file ", item.path, ", error: ", data.error());
@@ -106,11 +106,11 @@ void FileUploader::uploadContent(const std::weak_ptr<FileUploader>& uploader, co
         });
         return;
     }
-    self = uploader.lock();
-    if (!self) {
+    const auto remaining = uploader.lock();
+    if (!remaining) {
         return;
     }
-    self->webservice_->upload(
+    remaining->webservice_->upload(
         *std::move(data), to,
         [uploader](const std::shared_ptr<Progress>& progress) {
             if (const auto self = uploader.lock()) {

@@ -43,8 +43,10 @@ std::optional<Traffic> ConnectionTable::traffic(const CurlTransfer& user) const 
         const auto moved =
             connection.user == &user ? sockets::traffic(connection.socket) : std::nullopt;
         if (moved) {
-            sum = {.acknowledged = sum.value_or(Traffic()).acknowledged + moved->acknowledged,
-                   .received = sum.value_or(Traffic()).received + moved->received};
+            const auto before = sum.value_or(Traffic());
+            sum = {.acknowledged = before.acknowledged + moved->acknowledged,
+                   .received = before.received + moved->received,
+                   .read = before.read + moved->read};
         }
     }
     return sum;

@@ -78,7 +78,8 @@ bool CurlTransfer::mustEnd(Clock::time_point now) {
     // What was only handed to the kernel does not count as moved, so TCP is asked first.
     const auto traffic = connections_.traffic(*this).value_or(
         Traffic{.acknowledged = static_cast<std::uint64_t>(get<curl_off_t>(CURLINFO_SIZE_UPLOAD_T)),
-                .received = static_cast<std::uint64_t>(get<curl_off_t>(CURLINFO_SIZE_DOWNLOAD_T))});
+                .received = static_cast<std::uint64_t>(get<curl_off_t>(CURLINFO_SIZE_DOWNLOAD_T)),
+                .read = 0});
     if (hasBegun_ && traffic.received > trafficBefore_.received + mostReceived) {
         abortReason_ = "The answer brings more than 16 MiB";
         return true;
@@ -276,7 +277,7 @@ std::size_t CurlTransfer::receiveHeadLine(const char* bytes, std::size_t, std::s
     if (transfer.headSize_ == 0) {
         // Bytes behind the answer before can wait within TLS, where `hasInput` does not see them.
         const auto traffic = transfer.connections_.traffic(transfer);
-        if (traffic && traffic->received == transfer.trafficBefore_.received) {
+        if (traffic && traffic->read <= transfer.trafficBefore_.read) {
             transfer.abortReason_ = "The answer came before its request";
             return CURL_WRITEFUNC_ERROR;
         }

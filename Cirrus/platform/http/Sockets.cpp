@@ -4,6 +4,7 @@
 #include <linux/tcp.h>
 #include <netinet/in.h>
 #include <poll.h>
+#include <sys/ioctl.h>
 #include <sys/socket.h>
 #include <unistd.h>
 
@@ -36,6 +37,9 @@ bool hasInput(int socket) {
 }
 
 std::optional<Traffic> traffic(int socket) {
+    // In this order, bytes that arrive in between count as read, never the other way round.
+    int unread = 0;
+    static_cast<void>(::ioctl(socket, FIONREAD, &unread));
     tcp_info info{};
     socklen_t length = sizeof(info);
     constexpr std::size_t needed =
@@ -43,7 +47,9 @@ std::optional<Traffic> traffic(int socket) {
     if (::getsockopt(socket, IPPROTO_TCP, TCP_INFO, &info, &length) != 0 || length < needed) {
         return std::nullopt;
     }
-    return Traffic{.acknowledged = info.tcpi_bytes_acked, .received = info.tcpi_bytes_received};
+    return Traffic{.acknowledged = info.tcpi_bytes_acked,
+                   .received = info.tcpi_bytes_received,
+                   .read = info.tcpi_bytes_received - static_cast<std::uint64_t>(unread)};
 }
 
 } // namespace cirrus::sockets

@@ -9,6 +9,7 @@ namespace cirrus {
 struct Traffic {
     std::uint64_t acknowledged = 0; ///< sent, and the peer's system has it
     std::uint64_t received = 0;
+    std::uint64_t read = 0; ///< received, and taken from the system
 };
 
 namespace sockets {
