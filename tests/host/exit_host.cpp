@@ -95,6 +95,7 @@ static void reachState(const Files& files) {
     } else if (state != "started") {
         isReached.acquire();
     }
+    std::atexit([] { mayGoOn.release(); });
     if (state == "answer cancelled") {
         job->cancel();
     }
@@ -107,7 +108,8 @@ int main(int count, char** arguments) {
     std::signal(SIGPIPE, SIG_DFL);
     static const auto drive =
         state == "world" ? nullptr : emulator::Emulator::start({.accessToken = "token"}).value();
-    // Exit handlers run in reverse: the library's own, made with its session, between these two.
+    // Exit handlers run in reverse: first the one that lets a step go on, last this one. The
+    // library's own, made with its first request, is between them.
     std::atexit([] {
         isOver = true;
         require(Clock::now() - leftAt < std::chrono::milliseconds(1500));
@@ -116,7 +118,6 @@ int main(int count, char** arguments) {
         drive->setHeadHook(answerInstead);
         connectToTestServer(TestServer{drive->port(), drive->certificateAuthority(), {}});
     }
-    std::atexit([] { mayGoOn.release(); });
     Configuration::setLog(std::make_shared<Log>());
     if (way == "completion" || way == "progress") {
         other = start("B", way == "progress" ? Files{"trigger"} : Files{}, [&](bool) {

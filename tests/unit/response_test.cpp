@@ -44,7 +44,7 @@ TEST(Response, ClassifiesEveryOutcome) {
 }
 
 TEST(Response, GivesAllHeadersOrNone) {
-    HeaderFields headers{{"Location", "x"}, {"ETag", "\xe9"}};
+    HeaderFields headers{{"Location", "x"}, {"ETag", "\xe9"}, {"Bad Name", ""}, {"caf\u00E9", ""}};
     EXPECT_EQ(classify(answer(200, "", headers)).value().headers.value("ETag"), "\xe9");
     headers.add("caf\xe9", "y");
     const auto result = classify(answer(200, "x", headers)).value();

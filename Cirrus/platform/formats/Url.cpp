@@ -130,11 +130,9 @@ Url UrlBuilder::replacingQuery(const Url& url, const QueryItems& items) {
 
 std::string UrlBuilder::requestTarget(const Url& url) {
     const auto text = url.text().substr(0, url.text().find('#'));
-    auto target = text.substr(std::min(
-        text.size(), text.find_first_of("/?", text.find("://") + std::string_view("://").size())));
-    if (!target.starts_with('/')) {
-        target.insert(0, 1, '/');
-    }
+    const auto start = text.find_first_of("/?", text.find("://") + std::string_view("://").size());
+    std::string target(start == std::string::npos || text[start] == '?' ? "/" : "");
+    target += text.substr(std::min(start, text.size()));
     return target;
 }
 

@@ -1,0 +1,103 @@
+// The library in a process that is short of something, or that ends. Each test needs a
+// process of its own, so it runs in a child that starts anew.
+
+#include <gtest/gtest.h>
+#include <pthread.h>
+#include <sys/resource.h>
+
+#include <cstdlib>
+#include <latch>
+
+#include "tests/support/Host.h"
+
+namespace cirrus::tests {
+namespace {
+
+constexpr int kept = 7; ///< the exit status of a process in which every promise was kept
+
+class ProcessTest : public testing::Test {
+protected:
+    ProcessTest() { GTEST_FLAG_SET(death_test_style, "threadsafe"); }
+};
+
+/// A job while `refuse` is in force fails with words for the user; the next one works.
+[[noreturn]] void shareWhile(void (*refuse)(), void (*permit)()) {
+    Host host;
+    const auto file = host.folder().write("file", "bytes");
+    static_cast<void>(MainQueue::descriptor()); // the host's own, open before
+    refuse();
+    const auto first = Host::uploadAndWait(*host.makeController({file}));
+    permit();
+    const auto second = Host::uploadAndWait(*host.makeController({file}));
+    const bool hasFailed = first->failureText() == "Something went wrong. Please try again.";
+    std::_Exit(hasFailed && second->results.at(0).has_value() ? kept : 1);
+}
+
+TEST_F(ProcessTest, GoesOnAfterAJobThatFoundNoThread) {
+    static const auto setStackSize = [](std::size_t size) {
+        pthread_attr_t attributes;
+        ::pthread_attr_init(&attributes);
+        ::pthread_attr_setstacksize(&attributes, size);
+        ::pthread_setattr_default_np(&attributes);
+    };
+    EXPECT_EXIT(shareWhile([] { setStackSize(1UL << 50U); }, [] { setStackSize(1UL << 20U); }),
+                testing::ExitedWithCode(kept), "");
+}
+
+TEST_F(ProcessTest, GoesOnAfterAJobThatFoundNoDescriptor) {
+    static const auto setLimit = [](rlim_t limit) {
+        rlimit limits{};
+        ::getrlimit(RLIMIT_NOFILE, &limits);
+        limits.rlim_cur = std::min(limit, limits.rlim_max);
+        ::setrlimit(RLIMIT_NOFILE, &limits);
+    };
+    EXPECT_EXIT(shareWhile([] { setLimit(3); }, [] { setLimit(1000); }),
+                testing::ExitedWithCode(kept), "");
+}
+
+std::latch isStuck(1);
+std::latch mayGoOn(1);
+std::latch hasEnded(1); ///< the thread of the step
+
+/// Holds up a step that then writes a line and posts a task.
+class StuckLog final : public LogSink {
+public:
+    void detail(const Message&, std::string_view, std::string_view function, int,
+                const std::any&) override {
+        if (function == "uploadContent(of:to:completion:)") {
+            thread_local const std::shared_ptr<void> end(nullptr,
+                                                         [](auto) { hasEnded.count_down(); });
+            isStuck.count_down();
+            mayGoOn.wait();
+        }
+    }
+
+    void notice(const Message&, std::string_view, std::string_view, int,
+                const std::any&) override {}
+
+    void failure(const Message&, std::string_view, std::string_view, int,
+                 const std::any&) override {
+        std::_Exit(1);
+    }
+};
+
+TEST_F(ProcessTest, CallsNobodyOnceItExits) {
+    const auto exitInTheMiddle = [] {
+        auto& host = *new Host;
+        auto& controller = *host.makeController({"/missing"}).release();
+        // Runs after the library's own handler, which waits for the step, but not for ever.
+        static_cast<void>(std::atexit([] {
+            mayGoOn.count_down();
+            hasEnded.wait();
+        }));
+        Configuration::setLog(std::make_shared<StuckLog>());
+        MainQueue::setDispatcher([](const auto&) { std::_Exit(2); });
+        Host::upload(controller);
+        isStuck.wait();
+        std::exit(kept);
+    };
+    EXPECT_EXIT(exitInTheMiddle(), testing::ExitedWithCode(kept), "");
+}
+
+} // namespace
+} // namespace cirrus::tests
