@@ -72,8 +72,8 @@ public:
         }
     }
 
-    void notice(const Message&, std::string_view, std::string_view, int,
-                const std::any&) override {}
+    void notice(const Message&, std::string_view, std::string_view, int, const std::any&) override {
+    }
 
     void failure(const Message&, std::string_view, std::string_view, int,
                  const std::any&) override {

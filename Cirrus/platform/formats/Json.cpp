@@ -1,5 +1,6 @@
 #include "Cirrus/platform/formats/Json.h"
 
+#include <algorithm>
 #include <cmath>
 #include <limits>
 
@@ -43,10 +44,14 @@ std::optional<std::string> writeJson(const JsonValue& value) {
 }
 
 bool isUtf8(std::string_view text) {
-    return writeJson(text).has_value();
+    const bool isAscii = std::ranges::all_of(text, [](char one) { return (one & 0x80) == 0; });
+    return isAscii || writeJson(text).has_value();
 }
 
 std::string repairedUtf8(std::string_view text) {
+    if (isUtf8(text)) {
+        return std::string(text);
+    }
     const auto repaired = JsonValue(text).dump(-1, ' ', false, JsonValue::error_handler_t::replace);
     return JsonValue::parse(repaired).get<std::string>();
 }

@@ -9,7 +9,7 @@ int ConnectionTable::open(int family, int type, int protocol, const CurlTransfer
     if (socket >= 0) {
         // libcurl does not report every socket that it closes, and numbers are reused.
         std::erase_if(connections_, [socket](const auto& held) { return held.socket == socket; });
-        connections_.push_back({.socket = socket, .user = &user});
+        connections_.push_back({.socket = socket, .localPort = 0, .user = &user});
     }
     return socket;
 }
@@ -19,9 +19,18 @@ void ConnectionTable::close(int socket) {
     sockets::close(socket);
 }
 
+void ConnectionTable::didConnect(int localPort, const CurlTransfer& user) {
+    for (auto& connection : connections_) {
+        if (connection.user == &user && sockets::localPort(connection.socket) == localPort) {
+            connection.localPort = localPort;
+        } else if (connection.localPort == localPort) {
+            connection.localPort = 0; // closed without a report
+        }
+    }
+}
+
 int ConnectionTable::reuse(int localPort, const CurlTransfer& user) {
-    const auto found = std::ranges::find(
-        connections_, localPort, [](const auto& held) { return sockets::localPort(held.socket); });
+    const auto found = std::ranges::find(connections_, localPort, &Connection::localPort);
     if (found == connections_.end()) {
         return -1;
     }

@@ -18,6 +18,9 @@ public:
 
     void close(int socket);
 
+    /// Notes the local port of a transfer's new connection, so that it is found when it is reused.
+    void didConnect(int localPort, const CurlTransfer& user);
+
     /// Hands the kept connection with this local port to a transfer; returns its socket, or -1 if
     /// there is none.
     int reuse(int localPort, const CurlTransfer& user);
@@ -31,6 +34,7 @@ public:
 private:
     struct Connection {
         int socket;
+        int localPort;            ///< 0 until it is connected
         const CurlTransfer* user; ///< null while the connection is only kept
     };
 

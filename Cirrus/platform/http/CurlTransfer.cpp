@@ -330,6 +330,8 @@ int CurlTransfer::beginRequest(void* self, char*, char*, int, int localPort) noe
     if (transfer.get<long>(CURLINFO_NUM_CONNECTS) == 0) {
         const int socket = transfer.connections_.reuse(localPort, transfer);
         transfer.isConnectionStale_ = socket < 0 || sockets::hasInput(socket);
+    } else {
+        transfer.connections_.didConnect(localPort, transfer);
     }
     transfer.trafficBefore_ = transfer.connections_.traffic(transfer).value_or(Traffic());
     transfer.hasBegun_ = !transfer.isConnectionStale_;
