@@ -8,30 +8,37 @@ namespace cirrus {
 
 namespace {
 
-struct NestedTooDeeply {};
-
-/// The parser itself does not recurse, but whoever walks the value does.
-bool checkDepth(int depth, JsonValue::parse_event_t event, const JsonValue&) {
+/// The parser does not recurse, but whoever walks the value does.
+bool isNestedTooDeeply(std::string_view text) {
     constexpr int deepest = 256;
-    const bool begins = event == JsonValue::parse_event_t::object_start ||
-                        event == JsonValue::parse_event_t::array_start;
-    if (begins && depth >= deepest) {
-        throw NestedTooDeeply();
+    int depth = 0;
+    bool isInString = false;
+    for (std::size_t position = 0; position < text.size() && depth <= deepest; ++position) {
+        const char one = text[position];
+        if (isInString && one == '\\') {
+            ++position;
+        } else if (one == '"') {
+            isInString = !isInString;
+        } else if (!isInString) {
+            depth += static_cast<int>(one == '[' || one == '{');
+            depth -= static_cast<int>(one == ']' || one == '}');
+        }
     }
-    return true;
+    return depth > deepest;
 }
 
 } // namespace
 
 Result<JsonValue, JsonError> parseJson(std::string_view text) {
+    if (isNestedTooDeeply(text)) {
+        return std::unexpected(JsonError{"JSON nested too deeply"});
+    }
     try {
-        return JsonValue::parse(text, checkDepth);
+        return JsonValue::parse(text);
     } catch (const JsonValue::parse_error& error) {
         return std::unexpected(JsonError{"not JSON at byte " + std::to_string(error.byte)});
     } catch (const JsonValue::out_of_range&) {
         return std::unexpected(JsonError{"a number too large for JSON"});
-    } catch (const NestedTooDeeply&) {
-        return std::unexpected(JsonError{"JSON nested too deeply"});
     }
 }
 

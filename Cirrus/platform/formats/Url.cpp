@@ -29,7 +29,12 @@ bool isEncoded(std::string_view text, std::string_view alsoAllowed) {
         }
         text.remove_prefix(percent + 3);
     }
-    return consistsOf(text, letters, digits, unreservedMarks, subDelimiters, alsoAllowed);
+    return std::ranges::all_of(text, [alsoAllowed](char one) {
+        const bool isAlphanumeric =
+            (one >= 'a' && one <= 'z') || (one >= 'A' && one <= 'Z') || (one >= '0' && one <= '9');
+        return isAlphanumeric || unreservedMarks.contains(one) || subDelimiters.contains(one) ||
+               alsoAllowed.contains(one);
+    });
 }
 
 /// Cuts off the front of `text` up to `end`, and `end` too; all of it if `end` does not occur.
