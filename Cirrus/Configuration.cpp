@@ -27,7 +27,7 @@ Slot& slot() {
 
 LogSink::~LogSink() = default;
 
-void Configuration::setLog(std::shared_ptr<LogSink> sink) {
+void Configuration::setLog(std::shared_ptr<LogSink> sink) noexcept {
     if (!sink) {
         return;
     }

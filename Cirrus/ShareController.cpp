@@ -43,13 +43,13 @@ ShareController::ShareController(ShareController&& other) noexcept = default;
 ShareController& ShareController::operator=(ShareController&& other) noexcept = default;
 ShareController::~ShareController() = default;
 
-void ShareController::upload(ProgressCallback progress, Completion completion) {
+void ShareController::upload(ProgressCallback progress, Completion completion) noexcept {
     if (job_) {
         job_->upload(std::move(progress), std::move(completion));
     }
 }
 
-void ShareController::cancel() {
+void ShareController::cancel() noexcept {
     if (job_) {
         job_->cancel();
     }

@@ -53,7 +53,7 @@ public:
     /// Makes `sink` take every line from now on, of running jobs too, in place of an earlier one,
     /// and holds it for the life of the process or until it is replaced. Until the first call
     /// nothing is logged and no message is built. A null sink is ignored. Safe from any thread.
-    static void setLog(std::shared_ptr<LogSink> sink);
+    static void setLog(std::shared_ptr<LogSink> sink) noexcept;
 };
 
 } // namespace cirrus

@@ -29,27 +29,27 @@ public:
     /// Sends tasks posted from now on to `dispatcher`; an empty one goes back to the built-in
     /// queue. Tasks already in the built-in queue stay there. The dispatcher before is released
     /// once no call of it runs.
-    static void setDispatcher(Dispatcher dispatcher);
+    static void setDispatcher(Dispatcher dispatcher) noexcept;
 
     /// Puts a task on the queue and returns at once.
-    static void post(Task task);
+    static void post(Task task) noexcept;
 
     /// Runs the tasks of the built-in queue on this thread, waiting for more, until `stop`.
-    static void run();
+    static void run() noexcept;
 
     /// Runs the tasks that are in the built-in queue now, without waiting; tasks posted while it
     /// runs stay for the next call. May be called from inside a task (a nested event loop). Returns
     /// how many it ran.
-    static std::size_t drain();
+    static std::size_t drain() noexcept;
 
     /// A file descriptor that is readable (`poll`, `epoll`) while tasks wait in the built-in
     /// queue. Only to be polled; it stays open for the life of the process.
     /// Negative if the system has none left; the next call tries again.
-    [[nodiscard]] static int descriptor();
+    [[nodiscard]] static int descriptor() noexcept;
 
     /// Makes `run` return after the task it is in, or the next `run` at once if none is running.
     /// Tasks left over stay in the queue.
-    static void stop();
+    static void stop() noexcept;
 };
 
 } // namespace cirrus

@@ -135,13 +135,13 @@ public:
     /// A second call drops the callbacks of the first, uncalled, and runs a second job beside it
     /// that shares its deliveries: the first outcome of either goes to the newest callbacks and
     /// is the only one. A job started from inside the completion runs but reports nothing.
-    void upload(ProgressCallback progress, Completion completion);
+    void upload(ProgressCallback progress, Completion completion) noexcept;
 
     /// Neither callback is called any more; called from another thread than the main queue's, one
     /// that has already begun may still be running. No further file is started, but the request in
     /// flight is not stopped, and a job that is still preparing its folders continues with the
     /// files, the permission and the link. To really stop a job, destroy this object as well.
-    void cancel();
+    void cancel() noexcept;
 
 private:
     std::shared_ptr<ShareJob> job_;

@@ -105,7 +105,7 @@ std::shared_ptr<const MainQueue::Dispatcher> currentDispatcher() {
 
 } // namespace
 
-void MainQueue::setDispatcher(Dispatcher dispatcher) {
+void MainQueue::setDispatcher(Dispatcher dispatcher) noexcept {
     std::shared_ptr<const Dispatcher> replaced;
     if (dispatcher) {
         replaced = std::make_shared<const Dispatcher>(std::move(dispatcher));
@@ -114,7 +114,7 @@ void MainQueue::setDispatcher(Dispatcher dispatcher) {
     shared().dispatcher.swap(replaced);
 }
 
-void MainQueue::post(Task task) {
+void MainQueue::post(Task task) noexcept {
     const auto dispatcher = mayCallHost() ? currentDispatcher() : nullptr;
     if (dispatcher) {
         (*dispatcher)(std::move(task));
@@ -123,13 +123,13 @@ void MainQueue::post(Task task) {
     }
 }
 
-void MainQueue::run() {
+void MainQueue::run() noexcept {
     while (auto task = shared().builtIn.wait()) {
         task();
     }
 }
 
-std::size_t MainQueue::drain() {
+std::size_t MainQueue::drain() noexcept {
     const auto limit = shared().builtIn.posted();
     std::size_t count = 0;
     while (auto task = shared().builtIn.takeAmong(limit)) {
@@ -139,11 +139,11 @@ std::size_t MainQueue::drain() {
     return count;
 }
 
-int MainQueue::descriptor() {
+int MainQueue::descriptor() noexcept {
     return shared().builtIn.descriptor();
 }
 
-void MainQueue::stop() {
+void MainQueue::stop() noexcept {
     shared().builtIn.stop();
 }
 
