@@ -1,5 +1,5 @@
 #!/usr/bin/env bash
-# Installs a build tree into an empty prefix and uses it as hosts do, with both compilers.
+# Installs a build tree into an empty prefix and uses it as hosts do, with each compiler.
 # Usage: install_test.sh SOURCE-FOLDER BUILD-FOLDER
 set -euo pipefail
 
@@ -24,7 +24,11 @@ if grep -vE '^(CIRRUS_1|((typeinfo( name)?|vtable) for )?cirrus::.*)$' <<<"$expo
     exit 1
 fi
 
-for compiler in g++ clang++-19; do
+compilers=(g++)
+if clang=$("$sources"/scripts/tool clang++ 2>/dev/null); then
+    compilers+=("$clang")
+fi
+for compiler in "${compilers[@]}"; do
     echo "== $compiler: each header alone"
     read -ra paths <<<"$(pkg-config --cflags cirrus cirrus-emulator)"
     read -ra toolkits <<<"$(pkg-config --cflags Qt6Core glib-2.0 | sed 's/-I/-isystem /g')"
