@@ -16,7 +16,7 @@ field() {
     value=$(dpkg-deb -f "$1" "$2")
     [[ $value =~ $3 ]] || { echo "FAILED: ${1##*/}: $2: $value"; exit 1; }
 }
-field "${runtime[0]}" Depends 'libcurl4 .*libstdc\+\+6 '
+field "${runtime[0]}" Depends 'libcurl4(t64)? .*libstdc\+\+6 '
 field "${development[0]}" Depends 'libcirrus1 \(= .*libssl-dev'
 
 dpkg-deb -x "${runtime[0]}" "$folder/root"
