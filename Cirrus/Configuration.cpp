@@ -23,7 +23,37 @@ Slot& slot() {
     return *instance;
 }
 
+class FunctionSink final : public LogSink {
+public:
+    using Function = std::function<void(LogLevel, const LogPlace&, const std::string&)>;
+
+    explicit FunctionSink(Function function) : function_(std::move(function)) {}
+
+    void detail(const Message& message, std::string_view file, std::string_view function, int line,
+                const std::any&) override {
+        function_(LogLevel::detail, {file, function, line}, message());
+    }
+
+    void notice(const Message& message, std::string_view file, std::string_view function, int line,
+                const std::any&) override {
+        function_(LogLevel::notice, {file, function, line}, message());
+    }
+
+    void failure(const Message& message, std::string_view file, std::string_view function, int line,
+                 const std::any&) override {
+        function_(LogLevel::failure, {file, function, line}, message());
+    }
+
+private:
+    const Function function_;
+};
+
 } // namespace
+
+std::shared_ptr<LogSink>
+makeLogSink(std::function<void(LogLevel, const LogPlace&, const std::string&)> function) {
+    return std::make_shared<FunctionSink>(std::move(function));
+}
 
 LogSink::~LogSink() = default;
 

@@ -45,6 +45,20 @@ public:
                          int line, const std::any& context) = 0;
 };
 
+enum class LogLevel { detail, notice, failure };
+
+/// Where a line was written; see `LogSink`.
+struct LogPlace {
+    std::string_view file;
+    std::string_view function;
+    int line = 0;
+};
+
+/// A sink out of one function, for hosts that want every text. The function is called like the
+/// operations of `LogSink`, and must not throw either.
+[[nodiscard]] CIRRUS_EXPORT std::shared_ptr<LogSink> makeLogSink(
+    std::function<void(LogLevel level, const LogPlace& place, const std::string& text)> function);
+
 /// The one knob of the library.
 class CIRRUS_EXPORT Configuration {
 public:

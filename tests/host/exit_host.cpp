@@ -32,24 +32,19 @@ static void require(bool holds) {
     std::exit(7);
 }
 
-struct Log final : LogSink {
-    using Text = std::string_view;
-
-    void detail(const Message&, Text, Text step, int, const std::any&) override {
-        static int items = 0;
-        require(!isOver);
-        if (exitsFromLog && step == "createRootDirectory()") {
-            leave();
-        } else if (state == "step" && step == "uploadNextItem()" && ++items == 2) {
-            isReached.release();
-            mayGoOn.acquire();
-        }
+static void hear(LogLevel level, const LogPlace& place, const std::string&) {
+    static int items = 0;
+    require(!isOver);
+    if (level != LogLevel::detail) {
+        return;
     }
-
-    void notice(const Message&, Text, Text, int, const std::any&) override { require(!isOver); }
-
-    void failure(const Message&, Text, Text, int, const std::any&) override { require(!isOver); }
-};
+    if (exitsFromLog && place.function == "createRootDirectory()") {
+        leave();
+    } else if (state == "step" && place.function == "uploadNextItem()" && ++items == 2) {
+        isReached.release();
+        mayGoOn.acquire();
+    }
+}
 
 /// Never answers the request that the state is about, nor the upload of the file "trigger".
 static std::optional<emulator::Answer> answerInstead(const emulator::Request& request) {
@@ -118,7 +113,7 @@ int main(int count, char** arguments) {
         drive->setHeadHook(answerInstead);
         connectToTestServer(TestServer{drive->port(), drive->certificateAuthority(), {}});
     }
-    Configuration::setLog(std::make_shared<Log>());
+    Configuration::setLog(makeLogSink(hear));
     if (way == "completion" || way == "progress") {
         other = start("B", way == "progress" ? Files{"trigger"} : Files{}, [&](bool) {
             reachState(files);

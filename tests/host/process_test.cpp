@@ -60,26 +60,16 @@ std::latch mayGoOn(1);
 std::latch hasEnded(1); ///< the thread of the step
 
 /// Holds up a step that then writes a line and posts a task.
-class StuckLog final : public LogSink {
-public:
-    void detail(const Message&, std::string_view, std::string_view function, int,
-                const std::any&) override {
-        if (function == "uploadContent(of:to:completion:)") {
-            thread_local const std::shared_ptr<void> end(nullptr,
-                                                         [](auto) { hasEnded.count_down(); });
-            isStuck.count_down();
-            mayGoOn.wait();
-        }
-    }
-
-    void notice(const Message&, std::string_view, std::string_view, int, const std::any&) override {
-    }
-
-    void failure(const Message&, std::string_view, std::string_view, int,
-                 const std::any&) override {
+void holdUp(LogLevel level, const LogPlace& place) {
+    if (level == LogLevel::failure) {
         std::_Exit(1);
     }
-};
+    if (place.function == "uploadContent(of:to:completion:)") {
+        thread_local const std::shared_ptr<void> end(nullptr, [](auto) { hasEnded.count_down(); });
+        isStuck.count_down();
+        mayGoOn.wait();
+    }
+}
 
 TEST_F(ProcessTest, CallsNobodyOnceItExits) {
     const auto exitInTheMiddle = [] {
@@ -90,7 +80,8 @@ TEST_F(ProcessTest, CallsNobodyOnceItExits) {
             mayGoOn.count_down();
             hasEnded.wait();
         }));
-        Configuration::setLog(std::make_shared<StuckLog>());
+        Configuration::setLog(makeLogSink(
+            [](LogLevel level, const LogPlace& place, const auto&) { holdUp(level, place); }));
         MainQueue::setDispatcher([](const auto&) { std::_Exit(2); });
         Host::upload(controller);
         isStuck.wait();

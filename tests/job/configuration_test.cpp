@@ -1,5 +1,6 @@
 #include <gtest/gtest.h>
 
+#include <array>
 #include <atomic>
 #include <fstream>
 
@@ -10,21 +11,9 @@ namespace cirrus::tests {
 
 namespace {
 
-/// Counts how often it is put into words, and how often it is copied.
+/// Counts how often it is put into words.
 struct CountingError {
     int* conversions;
-    int* copies;
-
-    CountingError(int* conversionCount, int* copyCount)
-        : conversions(conversionCount), copies(copyCount) {}
-
-    CountingError(const CountingError& other)
-        : conversions(other.conversions), copies(other.copies) {
-        ++*copies;
-    }
-
-    CountingError& operator=(const CountingError&) = delete;
-    ~CountingError() = default;
 
     [[nodiscard]] std::string diagnosticText() const {
         ++*conversions;
@@ -32,51 +21,42 @@ struct CountingError {
     }
 };
 
-/// Keeps what it is given to build messages with, without building any.
+/// Keeps what it is given to build a message with, without building it.
 class LazySink final : public LogSink {
 public:
-    void detail(const Message& message, std::string_view, std::string_view, int,
-                const std::any&) override {
-        messages.push_back(message);
+    void detail(const Message&, std::string_view, std::string_view, int, const std::any&) override {
     }
 
-    void notice(const Message& message, std::string_view, std::string_view, int,
-                const std::any&) override {
-        messages.push_back(message);
+    void notice(const Message&, std::string_view, std::string_view, int, const std::any&) override {
     }
 
     void failure(const Message& message, std::string_view, std::string_view, int,
-                 const std::any&) override {
-        messages.push_back(message);
+                 const std::any& context) override {
+        EXPECT_FALSE(context.has_value());
+        kept = message;
     }
 
-    std::vector<Message> messages;
+    Message kept;
 };
 
 TEST(Configuration, BuildsAMessageOnlyWhenTheSinkAsks) {
     int conversions = 0;
-    int copies = 0;
-    const CountingError error(&conversions, &copies);
-    if (!installedLog()) {
-        logFailure("step()", "Failed: ", error);
-        EXPECT_EQ(copies, 0);
-    }
     const auto sink = std::make_shared<LazySink>();
     Configuration::setLog(sink);
-    logFailure("step()", "Failed: ", error);
+    logFailure("step()", "Failed: ", CountingError{&conversions});
     EXPECT_EQ(conversions, 0);
     // Later, and as often as the sink likes.
-    EXPECT_EQ(sink->messages.at(0)(), "Failed: words");
-    EXPECT_EQ(sink->messages.at(0)(), "Failed: words");
+    EXPECT_EQ(sink->kept(), "Failed: words");
+    EXPECT_EQ(sink->kept(), "Failed: words");
     EXPECT_EQ(conversions, 2);
 }
 
 TEST(Configuration, ReplacesTheSinkAndLetsTheOldOneGo) {
-    auto first = std::make_shared<RecordingLog>();
+    const auto first = std::make_shared<RecordingLog>();
     const auto second = std::make_shared<RecordingLog>();
-    Configuration::setLog(first);
+    Configuration::setLog(RecordingLog::sinkFor(first));
     logDetail("one()");
-    Configuration::setLog(second);
+    Configuration::setLog(RecordingLog::sinkFor(second));
     EXPECT_EQ(first.use_count(), 1);
     Configuration::setLog(nullptr);
     logNotice("two()", "text");
@@ -87,58 +67,37 @@ TEST(Configuration, ReplacesTheSinkAndLetsTheOldOneGo) {
                                         "configuration_test failure three(): of b.txt"}));
 }
 
-/// Looks up each line where it says that it was written.
-class SourceReader final : public LogSink {
-public:
-    void detail(const Message& message, std::string_view file, std::string_view function, int line,
-                const std::any& context) override {
-        check("logDetail(", message, file, function, line, context);
+/// Looks a line up where it says that it was written.
+void expectAtItsLine(LogLevel level, const LogPlace& place, const std::string& text) {
+    constexpr std::array calls{"logDetail(", "logNotice(", "logFailure("};
+    std::ifstream source(std::filesystem::path(CIRRUS_SOURCE_FOLDER) / place.file);
+    std::string name;
+    std::string line;
+    for (int read = 0; read < place.line && std::getline(source, line); ++read) {
+        const auto start = line.find("name = \"");
+        name = start != line.npos ? line.substr(start + 7) : name;
     }
-
-    void notice(const Message& message, std::string_view file, std::string_view function, int line,
-                const std::any& context) override {
-        check("logNotice(", message, file, function, line, context);
-    }
-
-    void failure(const Message& message, std::string_view file, std::string_view function, int line,
-                 const std::any& context) override {
-        check("logFailure(", message, file, function, line, context);
-    }
-
-    std::atomic<int> count = 0;
-
-private:
-    void check(std::string_view call, const Message& message, std::string_view file,
-               std::string_view function, int number, const std::any& context) {
-        ++count;
-        std::ifstream source(std::filesystem::path(CIRRUS_SOURCE_FOLDER) / file);
-        std::string name;
-        std::string line;
-        for (int read = 0; read < number && std::getline(source, line); ++read) {
-            const auto start = line.find("name = \"");
-            name = start != line.npos ? line.substr(start + 7) : name;
-        }
-        std::string rest;
-        std::getline(source, rest);
-        const auto written = message();
-        EXPECT_TRUE(line.contains(call)) << file << ":" << number << ": " << line;
-        EXPECT_TRUE((line + name).contains("\"" + std::string(function) + "\""))
-            << file << ":" << number << " says that it is " << function;
-        EXPECT_TRUE((line + rest).contains(written.substr(0, 10))) << line << " wrote " << written;
-        EXPECT_FALSE(context.has_value());
-    }
-};
+    std::string rest;
+    std::getline(source, rest);
+    EXPECT_TRUE(line.contains(calls.at(static_cast<std::size_t>(level)))) << place.file << line;
+    EXPECT_TRUE((line + name).contains("\"" + std::string(place.function) + "\"")) << line;
+    EXPECT_TRUE((line + rest).contains(text.substr(0, 10))) << line << " wrote " << text;
+}
 
 TEST(Configuration, NamesTheSourceLineThatWroteEachLineOfAJob) {
     Host host;
-    const auto sink = std::make_shared<SourceReader>();
-    Configuration::setLog(sink);
+    std::atomic<int> count = 0;
+    Configuration::setLog(makeLogSink([&count](auto level, const auto& place, const auto& text) {
+        ++count;
+        expectAtItsLine(level, place, text);
+    }));
     const auto controller =
         host.makeController({host.folder().write("one", "first"), host.folder().path() / "none"});
     Host::uploadAndWait(*controller);
     controller->cancel();
     constexpr int linesOfThisJob = 23;
-    EXPECT_EQ(sink->count, linesOfThisJob);
+    EXPECT_EQ(count, linesOfThisJob);
+    Configuration::setLog(makeLogSink([](auto&&...) {}));
 }
 
 } // namespace

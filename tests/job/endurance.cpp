@@ -42,9 +42,12 @@ int main() {
     }
     const auto after = usage();
     constexpr std::ptrdiff_t tolerance = 128 * 1024; // what starting Drives leaves, and more
-    constexpr std::ptrdiff_t kept = 10; // connections to Drives that are gone, which libcurl finds out late
+    constexpr std::ptrdiff_t kept =
+        10; // connections to Drives that are gone, which libcurl finds out late
     std::cout << after[0] - before[0] << " threads, " << after[1] - before[1] << " descriptors, "
               << after[2] - before[2] << " bytes more\n";
-    return after[0] <= before[0] && after[1] <= before[1] + kept && after[2] <= before[2] + tolerance ? 0
-                                                                                               : 1;
+    return after[0] <= before[0] && after[1] <= before[1] + kept &&
+                   after[2] <= before[2] + tolerance
+               ? 0
+               : 1;
 }

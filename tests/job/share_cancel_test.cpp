@@ -15,42 +15,10 @@ using emulator::Answer;
 using emulator::Request;
 using emulator::Snapshot;
 
-/// Lets the first request of a step wait at the gate before it is answered.
-emulator::RequestHook waitingAt(Gate& gate, Step step) {
-    return [&gate, step](const Request& request) -> std::optional<Answer> {
-        if (stepOf(request) == step) {
-            gate.pass();
-        }
-        return std::nullopt;
-    };
-}
-
-std::unique_ptr<ShareController> makeTwoFileJob(Host& host) {
-    return host.makeController(
-        {host.folder().write("one", "first"), host.folder().write("two", "second")});
-}
-
 /// Destroys the controller and runs what the main queue still holds of the job, which keeps it.
 void destroy(std::unique_ptr<ShareController>& controller, const std::shared_ptr<Heard>& heard) {
     controller.reset();
     ASSERT_TRUE(pumpUntil([&] { return heard.use_count() == 1; }));
-}
-
-TEST(ShareCancel, LogsBothUnits) {
-    Host host;
-    Gate gate;
-    host.drive().setHook(waitingAt(gate, Step::content));
-    const auto controller = makeTwoFileJob(host);
-    Host::upload(*controller);
-    ASSERT_TRUE(gate.awaitArrival());
-    Host::passCallbackThread();
-    controller->cancel();
-    controller->cancel();
-    const auto lines = host.log().lines();
-    EXPECT_EQ(std::vector(lines.end() - 3, lines.end()),
-              (std::vector<std::string>{
-                  "ShareController detail cancel(): ", "FileUploader detail cancel(): ",
-                  "ShareController detail cancel(): "}));
 }
 
 TEST(ShareCancel, DestroyingInMidBodyAbortsNoTransfer) {

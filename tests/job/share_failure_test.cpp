@@ -15,45 +15,6 @@ using emulator::Answer;
 constexpr auto unreadable = "Could not read the response from Google. Please try again.";
 constexpr auto generic = "Something went wrong, please try again.";
 
-TEST(ShareFailure, ShowsTheServicesOwnMessage) {
-    Host host;
-    const auto controller = std::make_unique<ShareController>(
-        ShareController::Context({}, "Root", "Destination"), "expired");
-    const auto heard = Host::uploadAndWait(*controller);
-    EXPECT_TRUE(heard->failureText().starts_with("Request had invalid authentication credentials"));
-}
-
-TEST(ShareFailure, SharesWithTheEmptyAddressAsGiven) {
-    Host host;
-    const auto controller = host.makeController({}, "");
-    const auto heard = Host::uploadAndWait(*controller);
-    EXPECT_EQ(heard->results.front().error().kind(), ShareController::Error::Case::underlying);
-    EXPECT_TRUE(heard->failureText().contains("emailAddress")) << heard->failureText();
-}
-
-TEST(ShareFailure, OfOneFileLeavesTheOthersAndGrantsNothing) {
-    for (const bool isRefused : {true, false}) {
-        SCOPED_TRACE(isRefused ? "session refused" : "file deleted");
-        Host host;
-        const auto one = host.folder().write("one", "first");
-        const auto controller = host.makeController(
-            {one, host.folder().write("two", "second"), host.folder().write("three", "third")});
-        if (isRefused) {
-            host.drive().setHook(answeringOnce(Step::session, {.status = 503, .body = ""}));
-        } else {
-            std::filesystem::remove(one);
-        }
-        const auto heard = Host::uploadAndWait(*controller);
-        Host::settle();
-
-        EXPECT_EQ(heard->failureText(), generic);
-        EXPECT_EQ(heard->results.front().error().diagnosticText(), "underlying(missingFile)");
-        EXPECT_EQ(host.uploadedFiles(), (std::vector<std::string>{"two=second", "three=third"}));
-        EXPECT_EQ(host.requests().back(), "POST /upload/drive/v3/files content");
-        EXPECT_DOUBLE_EQ(heard->fractions.back(), 2.0 / 3);
-    }
-}
-
 TEST(ShareFailure, NeedsTheWebLink) {
     Host host;
     host.drive().setHook(answeringOnce(

@@ -48,16 +48,6 @@ TEST(ShareJob, SharesFilesInAnExistingRootFolder) {
     EXPECT_EQ(snapshot.connectionsAccepted, 1U);
 }
 
-TEST(ShareJob, MakesTheRootFolderWhenThereIsNone) {
-    Host host;
-    const auto controller = host.makeController({host.folder().write("file", "")});
-    const auto heard = Host::uploadAndWait(*controller);
-
-    ASSERT_TRUE(heard->results.front());
-    EXPECT_EQ(host.uploadedFiles(), std::vector<std::string>{"file="});
-    EXPECT_EQ(heard->fractions, std::vector<double>{1.0});
-}
-
 TEST(ShareJob, UsesTheFirstOfSeveralRootFolders) {
     Host host;
     host.drive().addFolder("Root");
@@ -82,14 +72,6 @@ TEST(ShareJob, ReportsProgressOfAllFilesThroughOneObject) {
               static_cast<std::ptrdiff_t>(heard->objects.size()));
     EXPECT_EQ(heard->objects.front()->totalUnitCount(), 300U);
     EXPECT_TRUE(heard->wasOnMainThread);
-}
-
-TEST(ShareJob, SharesAnEmptyFolderWithoutProgress) {
-    Host host;
-    const auto controller = host.makeController({});
-    const auto heard = Host::uploadAndWait(*controller);
-    ASSERT_TRUE(heard->results.front());
-    EXPECT_TRUE(heard->fractions.empty());
 }
 
 TEST(ShareJob, GrantsWhatTheContextSays) {

@@ -48,21 +48,6 @@ struct Event {
     [[nodiscard]] bool isCallback() const { return kind == Kind::progress || kind == Kind::result; }
 };
 
-/// Calls a function for every line.
-struct CallingSink final : LogSink {
-    using Text = std::string_view;
-
-    explicit CallingSink(std::function<void()> function) : call(std::move(function)) {}
-
-    void detail(const Message&, Text, Text, int, const std::any&) override { call(); }
-
-    void notice(const Message&, Text, Text, int, const std::any&) override { call(); }
-
-    void failure(const Message&, Text, Text, int, const std::any&) override { call(); }
-
-    const std::function<void()> call;
-};
-
 class Schedule {
 public:
     explicit Schedule(std::size_t seed) : random_(static_cast<unsigned>(seed)) {}
@@ -160,7 +145,7 @@ private:
     }
 
     void replaceLog() {
-        Configuration::setLog(std::make_shared<CallingSink>([this] { interfere(); }));
+        Configuration::setLog(makeLogSink([this](auto&&...) { interfere(); }));
     }
 
     void upload() {

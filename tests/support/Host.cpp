@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <array>
 
 #include "Cirrus/platform/http/HttpSession.h"
 
@@ -23,31 +24,20 @@ std::string withoutIdentifiers(const emulator::Request& request) {
 
 } // namespace
 
-void RecordingLog::detail(const Message& message, std::string_view file, std::string_view function,
-                          int line, const std::any& context) {
-    add("detail", message, file, function, line, context);
+std::shared_ptr<LogSink> RecordingLog::sinkFor(const std::shared_ptr<RecordingLog>& log) {
+    return makeLogSink([log](LogLevel level, const LogPlace& place, const std::string& text) {
+        log->add(level, place, text);
+    });
 }
 
-void RecordingLog::notice(const Message& message, std::string_view file, std::string_view function,
-                          int line, const std::any& context) {
-    add("notice", message, file, function, line, context);
-}
-
-void RecordingLog::failure(const Message& message, std::string_view file, std::string_view function,
-                           int line, const std::any& context) {
-    add("failure", message, file, function, line, context);
-}
-
-void RecordingLog::add(std::string_view level, const Message& message, std::string_view file,
-                       std::string_view function, int line, const std::any& context) {
-    EXPECT_GT(line, 0);
-    EXPECT_FALSE(context.has_value());
-    const std::filesystem::path unit(file);
+void RecordingLog::add(LogLevel level, const LogPlace& place, const std::string& text) {
+    constexpr std::array names{" detail ", " notice ", " failure "};
+    EXPECT_GT(place.line, 0);
+    const std::filesystem::path unit(place.file);
     EXPECT_EQ(unit.extension(), ".cpp");
-    const auto text = message();
     const std::scoped_lock lock(mutex_);
-    lines_.push_back(unit.stem().string() + " " + std::string(level) + " " + std::string(function) +
-                     ": " + text);
+    lines_.push_back(unit.stem().string() + names.at(static_cast<std::size_t>(level)) +
+                     std::string(place.function) + ": " + text);
     changed_.notify_all();
 }
 
@@ -74,7 +64,7 @@ std::string Heard::failureText() const {
 
 Host::Host()
     : drive_(emulator::LocalDrive::start().value()), log_(std::make_shared<RecordingLog>()) {
-    Configuration::setLog(log_);
+    Configuration::setLog(RecordingLog::sinkFor(log_));
 }
 
 std::unique_ptr<ShareController>

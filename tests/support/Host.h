@@ -17,14 +17,10 @@
 namespace cirrus::tests {
 
 /// Keeps every line as "Unit level function: message".
-class RecordingLog final : public LogSink {
+class RecordingLog {
 public:
-    void detail(const Message& message, std::string_view file, std::string_view function, int line,
-                const std::any& context) override;
-    void notice(const Message& message, std::string_view file, std::string_view function, int line,
-                const std::any& context) override;
-    void failure(const Message& message, std::string_view file, std::string_view function, int line,
-                 const std::any& context) override;
+    /// A sink that writes into `log`.
+    static std::shared_ptr<LogSink> sinkFor(const std::shared_ptr<RecordingLog>& log);
 
     [[nodiscard]] std::vector<std::string> lines() const;
     [[nodiscard]] bool contains(std::string_view line) const;
@@ -32,8 +28,7 @@ public:
     [[nodiscard]] bool await(std::string_view line);
 
 private:
-    void add(std::string_view level, const Message& message, std::string_view file,
-             std::string_view function, int line, const std::any& context);
+    void add(LogLevel level, const LogPlace& place, const std::string& text);
 
     mutable std::mutex mutex_;
     std::condition_variable changed_;

@@ -36,28 +36,6 @@ protected:
     DriveApi api_{state_, "token", [this] { return now_; }};
 };
 
-TEST_F(DriveApiTest, SearchFindsWhatTheExpressionDescribes) {
-    const std::string folder = add("Box", folderMimeType);
-    EXPECT_TRUE(state_.addFile({R"(it's\)", "text/plain", {folder}}, {}));
-    state_.trash(add("Box"));
-    // Every query with the names that it finds, newest first, or the status that refuses it.
-    const Rows table{{R"(name='it\'s\\')", R"(it's\,)"},
-                     {"name+=+'Box'+and+mimeType='" + std::string(folderMimeType) + "'", "Box,"},
-                     {"trashed+=+false", R"(it's\,Box,)"},
-                     {"'root'+in+parents", "Box,Box,"},
-                     {"name+=+'it's'", "400"},
-                     {"name+=+'Box'+and", "400"}};
-    for (const auto& [query, expected] : table) {
-        const Answer answer = ask("GET", "/drive/v3/files?q=" + query);
-        std::string names = answer.status == 200 ? "" : std::to_string(answer.status);
-        for (const auto& file :
-             Json::parse(answer.body.value_or("")).value("files", Json::array())) {
-            names += file.at("name").get<std::string>() + ",";
-        }
-        EXPECT_EQ(names, expected) << query;
-    }
-}
-
 TEST_F(DriveApiTest, PermissionsFollowDrivesRules) {
     const std::string anyone = R"("role":"reader","type":"anyone")";
     const std::string until =

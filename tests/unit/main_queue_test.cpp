@@ -16,21 +16,6 @@ bool isReadable() {
     return ::poll(&queue, 1, 0) == 1;
 }
 
-TEST(MainQueue, KeepsTheOrderOfEachThreadsPosts) {
-    constexpr int posts = 500;
-    std::array<int, 3> seen{};
-    std::vector<std::jthread> threads;
-    for (int& mine : seen) {
-        threads.emplace_back([&mine] {
-            for (int number = 0; number < posts; ++number) {
-                MainQueue::post([&mine, number] { EXPECT_EQ(mine++, number); });
-            }
-        });
-    }
-    threads.clear();
-    EXPECT_EQ(MainQueue::drain(), seen.size() * posts);
-}
-
 TEST(MainQueue, DrainRunsOnlyWhatWaitedWhenItBegan) {
     std::string order;
     MainQueue::post([&] {

@@ -48,16 +48,6 @@ TEST(FileContents, NameTheLastComponentOfAPath) {
     }
 }
 
-TEST(FileContents, AreReadWhole) {
-    const TemporaryFolder folder;
-    for (const auto& text :
-         {std::string(), std::string("a\0\r\n\xff", 5), std::string(3'000'001, 'x')}) {
-        const auto path = folder.write("file é", text);
-        EXPECT_EQ(fileSize(path), text.size());
-        EXPECT_TRUE(FileReader().read(path).value().asText() == text) << text.size();
-    }
-}
-
 TEST(FileContents, FailWithTheSystemsReason) {
     const TemporaryFolder folder;
     const auto fifo = folder.path() / "fifo";

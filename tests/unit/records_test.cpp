@@ -112,13 +112,5 @@ TEST(Records, ServiceErrorComesInItsEnvelopeWithAWholeNumber) {
     }
 }
 
-TEST(Records, KeysAreTheirExactTexts) {
-    EXPECT_EQ(keyFromText<File::CodingKeys>("webContentLink"), File::CodingKeys::downloadLink);
-    for (const auto* text : {"", "ID", "identifier", "webcontentlink", "id "}) {
-        EXPECT_EQ(keyFromText<File::CodingKeys>(text), std::nullopt) << text;
-    }
-    EXPECT_EQ(keyFromInteger<File::CodingKeys>(0), std::nullopt);
-}
-
 } // namespace
 } // namespace cirrus::tests

@@ -32,22 +32,5 @@ TEST(UploadPacer, SendsSmallChunksOnASlowLineAndLargeOnesOnAFastLine) {
     EXPECT_LE(chunkAfter(2, 1e12), 2 * chunkAfter(1, 1e12)) << "grows step by step";
 }
 
-TEST(UploadPacer, SendsTheWholeBodyInOrder) {
-    std::string body;
-    for (std::size_t index = 0; index < 300'001; ++index) {
-        body += static_cast<char>(index % 251);
-    }
-    UploadPacer pacer(body);
-    std::string sent;
-    std::size_t limit = 1;
-    for (auto chunk = pacer.nextChunk(limit, {}); !chunk.empty();
-         chunk = pacer.nextChunk(limit, {})) {
-        EXPECT_LE(chunk.size(), limit);
-        sent += chunk;
-        limit = limit * 7 % 100'000 + 1;
-    }
-    EXPECT_TRUE(sent == body);
-}
-
 } // namespace
 } // namespace cirrus::tests
