@@ -1,11 +1,16 @@
 #include "Arguments.h"
 
 #include <CLI/CLI.hpp>
+#include <Cirrus/Version.h>
 
-#include <array>
+#include <algorithm>
 #include <ctime>
 #include <fstream>
-#include <iterator>
+#include <iostream>
+#include <span>
+#include <utility>
+
+#include "Terminal.h"
 
 namespace {
 
@@ -13,15 +18,25 @@ constexpr int usageStatus = 2;
 
 /// "2027-03-05", meaning the end of that day, or "2027-03-05T14:07[:09]", in local time.
 std::optional<std::chrono::system_clock::time_point> parseDate(const std::string& text) {
-    for (const char* format : {"%Y-%m-%dT%H:%M:%S", "%Y-%m-%dT%H:%M", "%Y-%m-%d"}) {
+    std::string shape = text;
+    std::ranges::replace_if(shape, [](char one) { return one >= '0' && one <= '9'; }, '0');
+    for (const auto& [form, format] : {std::pair("0000-00-00", "%Y-%m-%d"),
+                                       {"0000-00-00T00:00", "%Y-%m-%dT%H:%M"},
+                                       {"0000-00-00T00:00:00", "%Y-%m-%dT%H:%M:%S"}}) {
         std::tm local{};
-        local.tm_hour = 23;
-        local.tm_min = 59;
-        local.tm_sec = 59;
+        if (shape != form || ::strptime(text.c_str(), format, &local) == nullptr) {
+            continue;
+        }
+        if (shape.size() == std::string_view("0000-00-00").size()) {
+            local.tm_hour = 23;
+            local.tm_min = 59;
+            local.tm_sec = 59;
+        }
         local.tm_isdst = -1;
-        if (const char* end = ::strptime(text.c_str(), format, &local);
-            end != nullptr && *end == '\0') {
-            return std::chrono::system_clock::from_time_t(std::mktime(&local));
+        const int day = local.tm_mday;
+        const auto time = std::mktime(&local);
+        if (local.tm_mday == day) { // there is such a day in that month
+            return std::chrono::system_clock::from_time_t(time);
         }
     }
     return std::nullopt;
@@ -31,14 +46,37 @@ std::string checkDate(const std::string& text) {
     return parseDate(text) ? "" : "not a date like 2027-03-05 or 2027-03-05T14:07: " + text;
 }
 
-/// The token in a file; the line break that editors put at its end is not part of it.
+std::string checkFile(const std::string& name) {
+    std::error_code failure;
+    const bool isFile = std::filesystem::is_regular_file(name, failure);
+    return isFile && std::ifstream(name) ? "" : "not a file that can be read: " + visible(name);
+}
+
+/// The token in a file; the line break that editors put at its end is not part of it. Empty if the
+/// file cannot be read.
 std::string readToken(const std::filesystem::path& path) {
     std::ifstream file(path, std::ios::binary);
-    std::string token{std::istreambuf_iterator<char>(file), {}};
+    std::string token;
+    std::getline(file, token, '\0');
     while (token.ends_with('\n') || token.ends_with('\r')) {
         token.pop_back();
     }
     return token;
+}
+
+/// The arguments, last one first as the parser takes them, with "--name=" as two, since the parser
+/// would take the argument behind it for the value.
+std::vector<std::string> reversedArguments(int count, char** values) {
+    std::vector<std::string> arguments;
+    for (const std::string value : std::span(values, static_cast<std::size_t>(count)).subspan(1)) {
+        const bool hasEmptyValue = value.starts_with("--") && value.find('=') + 1 == value.size();
+        arguments.push_back(hasEmptyValue ? value.substr(0, value.size() - 1) : value);
+        if (hasEmptyValue) {
+            arguments.emplace_back();
+        }
+    }
+    std::ranges::reverse(arguments);
+    return arguments;
 }
 
 } // namespace
@@ -49,6 +87,7 @@ std::expected<Arguments, int> readArguments(int count, char** values) {
     std::string tokenFile;
 
     CLI::App app("Shares files through Google Drive and prints the link.", "cirrus-share");
+    app.set_version_flag("--version", "cirrus-share " + std::string(cirrus::CirrusVersionString));
     app.add_option("--root", arguments.root, "Folder that holds all shares")
         ->type_name("NAME")
         ->capture_default_str();
@@ -63,8 +102,7 @@ std::expected<Arguments, int> readArguments(int count, char** values) {
     app.add_flag("--log", arguments.log, "Write what happens to standard error");
     auto* service = app.add_option_group("service", "Where to share");
     service->add_option("--token-file", tokenFile, "File with an OAuth access token")
-        ->type_name("FILE")
-        ->check(CLI::ExistingFile);
+        ->type_name("FILE");
     auto* emulator =
         service->add_flag("--emulator", arguments.useEmulator, "A local Drive, gone at the end");
     service->require_option(1);
@@ -74,9 +112,9 @@ std::expected<Arguments, int> readArguments(int count, char** values) {
     app.add_option("files", arguments.files, "What to share")
         ->type_name("FILE")
         ->required()
-        ->check(CLI::ExistingFile);
+        ->check(checkFile);
     try {
-        app.parse(count, values);
+        app.parse(reversedArguments(count, values));
     } catch (const CLI::ParseError& error) {
         return std::unexpected(app.exit(error) == 0 ? 0 : usageStatus);
     }
@@ -86,6 +124,10 @@ std::expected<Arguments, int> readArguments(int count, char** values) {
     }
     if (!arguments.useEmulator) {
         arguments.token = readToken(tokenFile);
+        if (arguments.token.empty()) {
+            std::cerr << "cirrus-share: there is no token in " + visible(tokenFile) + "\n";
+            return std::unexpected(usageStatus);
+        }
     }
     return arguments;
 }

@@ -1,66 +1,150 @@
 #include "Terminal.h"
 
 #include <poll.h>
+#include <sys/ioctl.h>
 #include <sys/signalfd.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <array>
+#include <chrono>
 #include <csignal>
+#include <cstdio>
+#include <ctime>
 #include <iostream>
-#include <string>
 
-ProgressBar::ProgressBar() : isTerminal_(::isatty(STDERR_FILENO) == 1) {}
+namespace {
 
-void ProgressBar::show(double fraction) {
-    constexpr int width = 40;
+/// The columns of the terminal behind standard error; 0 if there is none.
+std::size_t columns() {
+    winsize size{};
+    if (::isatty(STDERR_FILENO) != 1) {
+        return 0;
+    }
+    return ::ioctl(STDERR_FILENO, TIOCGWINSZ, &size) == 0 && size.ws_col > 0 ? size.ws_col : 80;
+}
+
+/// How many bytes the UTF-8 sequence at the front has; 0 if there is none.
+std::size_t sequenceLength(std::string_view text) {
+    const auto lead = static_cast<unsigned char>(text.front());
+    const std::size_t length = lead < 0x80                   ? 1
+                               : lead >= 0xC2 && lead < 0xE0 ? 2
+                               : lead >= 0xE0 && lead < 0xF0 ? 3
+                               : lead >= 0xF0 && lead < 0xF5 ? 4
+                                                             : 0;
+    const auto rest = text.substr(1, length == 0 ? 0 : length - 1);
+    const bool isWhole = rest.size() + 1 == length && std::ranges::all_of(rest, [](char one) {
+                             return (static_cast<unsigned char>(one) & 0xC0U) == 0x80;
+                         });
+    return isWhole ? length : 0;
+}
+
+bool isControl(std::string_view sequence) {
+    const auto lead = static_cast<unsigned char>(sequence.front());
+    const bool isSecondSet = lead == 0xC2 && static_cast<unsigned char>(sequence.back()) < 0xA0;
+    return lead < 0x20 || lead == 0x7F || isSecondSet;
+}
+
+/// The local time of day, to the millisecond.
+std::string timeOfDay() {
+    const auto now = std::chrono::system_clock::now();
+    const auto seconds = std::chrono::floor<std::chrono::seconds>(now);
+    const auto milliseconds =
+        std::chrono::duration_cast<std::chrono::milliseconds>(now - seconds).count();
+    const std::time_t time = std::chrono::system_clock::to_time_t(seconds);
+    std::tm local{};
+    ::localtime_r(&time, &local);
+    std::array<char, 32> text{};
+    const auto length = std::strftime(text.data(), text.size(), "%H:%M:%S", &local);
+    auto fraction = std::to_string(1000 + milliseconds);
+    fraction.front() = '.';
+    return std::string(text.data(), length) + fraction;
+}
+
+} // namespace
+
+std::string visible(std::string_view text) {
+    constexpr std::string_view digits = "0123456789abcdef";
+    std::string result;
+    while (!text.empty()) {
+        const auto length = sequenceLength(text);
+        const auto front = text.substr(0, std::max<std::size_t>(length, 1));
+        text.remove_prefix(front.size());
+        if (length > 0 && !isControl(front)) {
+            result += front;
+            continue;
+        }
+        for (const char one : front) {
+            const auto byte = static_cast<unsigned char>(one);
+            result += {'\\', 'x', digits[byte >> 4U], digits[byte & 0xFU]};
+        }
+    }
+    return result;
+}
+
+void Terminal::showProgress(double fraction) {
+    const std::scoped_lock lock(mutex_);
     const int percent = static_cast<int>(fraction * 100);
-    const int step = isTerminal_ ? percent : percent / 10 * 10;
+    const int step = columns() > 0 ? percent : percent / 10 * 10;
     if (step == shown_) {
         return;
     }
+    fraction_ = fraction;
     shown_ = step;
-    if (isTerminal_) {
-        const auto filled = static_cast<std::size_t>(fraction * width);
-        std::cerr << "\r[" << std::string(filled, '#') << std::string(width - filled, '.') << "] "
-                  << percent << " %" << std::flush;
+    if (columns() > 0) {
+        drawBar();
     } else {
-        std::cerr << step << " %\n";
+        std::cerr << std::to_string(step) + " %\n";
     }
 }
 
-void ProgressBar::close() {
-    if (isTerminal_ && shown_ >= 0) {
-        std::cerr << '\n';
-        shown_ = -1;
-    }
-}
-
-void StderrLog::detail(const Message& message, std::string_view, std::string_view function, int,
-                       const std::any&) {
-    write("detail", message, function);
-}
-
-void StderrLog::notice(const Message& message, std::string_view, std::string_view function, int,
-                       const std::any&) {
-    write("notice", message, function);
-}
-
-void StderrLog::failure(const Message& message, std::string_view, std::string_view function, int,
-                        const std::any&) {
-    write("failure", message, function);
-}
-
-void StderrLog::write(std::string_view level, const Message& message, std::string_view function) {
-    const auto text = message();
+void Terminal::writeLine(std::string_view text) {
+    constexpr auto clearLine = "\r\x1b[K";
     const std::scoped_lock lock(mutex_);
-    std::cerr << level << ' ' << function << (text.empty() ? "" : ": ") << text << '\n';
+    const bool hasBar = shown_ >= 0 && columns() > 0;
+    std::cerr << (hasBar ? clearLine : "") + visible(text) + "\n";
+    if (hasBar) {
+        drawBar();
+    }
+}
+
+void Terminal::endProgress() {
+    const std::scoped_lock lock(mutex_);
+    if (shown_ >= 0 && columns() > 0) {
+        std::cerr << '\n';
+    }
+    shown_ = -1;
+}
+
+/// With the lock held.
+void Terminal::drawBar() const {
+    constexpr std::size_t beside = 10; // brackets, blanks and the number
+    const std::size_t width = std::clamp<std::size_t>(columns(), beside, 100) - beside;
+    const auto filled = static_cast<std::size_t>(fraction_ * static_cast<double>(width));
+    std::cerr << "\r[" + std::string(filled, '#') + std::string(width - filled, '.') + "] " +
+                     std::to_string(shown_) + " %"
+              << std::flush;
+}
+
+std::shared_ptr<cirrus::LogSink> makeLog(Terminal& terminal) {
+    return cirrus::makeLogSink([&terminal](cirrus::LogLevel level, const cirrus::LogPlace& place,
+                                           const std::string& text) {
+        constexpr std::array levels{" detail ", " notice ", " failure "};
+        terminal.writeLine(timeOfDay() + " " + std::to_string(::gettid()) +
+                           levels.at(static_cast<std::size_t>(level)) +
+                           std::string(place.function) + (text.empty() ? "" : ": ") + text);
+    });
 }
 
 Interrupt::Interrupt() {
     sigset_t signals;
     ::sigemptyset(&signals);
-    ::sigaddset(&signals, SIGINT);
-    ::sigaddset(&signals, SIGTERM);
+    for (const int signal : {SIGINT, SIGTERM}) {
+        struct sigaction action{};
+        if (::sigaction(signal, nullptr, &action) == 0 && action.sa_handler != SIG_IGN) {
+            ::sigaddset(&signals, signal);
+        }
+    }
     ::pthread_sigmask(SIG_BLOCK, &signals, nullptr);
     descriptor_ = ::signalfd(-1, &signals, SFD_CLOEXEC);
 }

@@ -2,43 +2,38 @@
 
 #include <Cirrus/Cirrus.h>
 
-#include <any>
 #include <mutex>
+#include <string>
 #include <string_view>
 
-/// The progress on standard error: one bar on a terminal, else a line for each tenth.
-class ProgressBar {
+/// Standard error, for a progress and for lines, from any thread. On a terminal the progress is a
+/// bar that stays below the lines, else a line for each tenth.
+class Terminal {
 public:
-    ProgressBar();
+    void showProgress(double fraction);
 
-    void show(double fraction);
+    /// Writes a line. What could command the terminal in `text` is shown, not sent.
+    void writeLine(std::string_view text);
 
-    /// Leaves the line of the bar.
-    void close();
+    /// Leaves the line of the bar for good.
+    void endProgress();
 
 private:
-    bool isTerminal_;
-    int shown_ = -1;
-};
-
-/// Every line of the library's account on standard error.
-class StderrLog final : public cirrus::LogSink {
-public:
-    void detail(const Message& message, std::string_view file, std::string_view function, int line,
-                const std::any& context) override;
-    void notice(const Message& message, std::string_view file, std::string_view function, int line,
-                const std::any& context) override;
-    void failure(const Message& message, std::string_view file, std::string_view function, int line,
-                 const std::any& context) override;
-
-private:
-    void write(std::string_view level, const Message& message, std::string_view function);
+    void drawBar() const;
 
     std::mutex mutex_;
+    double fraction_ = 0;
+    int shown_ = -1; ///< percent; negative while there is no bar
 };
 
-/// Ctrl-C as something to poll for. Made before any thread is, so that all of them leave the
-/// signal to it.
+/// The text with "\xNN" in place of control characters and of what is not UTF-8.
+std::string visible(std::string_view text);
+
+/// Every line of the library's account, with time and thread.
+std::shared_ptr<cirrus::LogSink> makeLog(Terminal& terminal);
+
+/// Ctrl-C as something to poll for, unless the parent had it ignored. Made before any thread is,
+/// so that all of them leave the signal to it.
 class Interrupt {
 public:
     Interrupt();

@@ -30,8 +30,8 @@ std::unique_ptr<LocalDrive> startEmulator(Arguments& arguments) {
     return *std::move(drive);
 }
 
-/// Writes the files of the local Drive in the format of sha256sum.
-void listContents(LocalDrive& drive, const std::filesystem::path& list) {
+/// Writes the files of the local Drive in the format of sha256sum; false if that fails.
+bool listContents(LocalDrive& drive, const std::filesystem::path& list) {
     std::ofstream lines(list);
     const auto snapshot = drive->snapshot();
     for (const auto& file : snapshot.files) {
@@ -39,36 +39,40 @@ void listContents(LocalDrive& drive, const std::filesystem::path& list) {
             lines << file.content.sha256 << "  " << snapshot.pathOf(file) << '\n';
         }
     }
+    return static_cast<bool>(lines.flush());
 }
 
-int report(const cirrus::Result<cirrus::Url, ShareController::Error>& result) {
-    if (result) {
-        std::cout << result->text() << '\n' << std::flush;
-        return shared;
+int report(Terminal& terminal, const cirrus::Result<cirrus::Url, ShareController::Error>& result) {
+    if (!result) {
+        const auto text = result.error().errorDescription().value_or("");
+        terminal.writeLine(text.empty() ? "The files could not be shared." : text);
+        return failed;
     }
-    std::cerr << result.error().errorDescription().value_or("The files could not be shared.")
-              << '\n';
-    return failed;
+    if (!(std::cout << result->text() << std::endl)) {
+        terminal.writeLine("The link could not be written to standard output: " + result->text());
+        return failed;
+    }
+    return shared;
 }
 
-int share(const Arguments& arguments, Interrupt& interrupt) {
+int share(const Arguments& arguments, Interrupt& interrupt, Terminal& terminal) {
     auto controller = std::make_unique<ShareController>(
         ShareController::Context(arguments.files, arguments.root, arguments.destination,
                                  arguments.email, arguments.message, arguments.expiration),
         arguments.token);
-    ProgressBar bar;
     std::optional<int> status;
-    controller->upload([&bar](const auto& progress) { bar.show(progress->fractionCompleted()); },
-                       [&bar, &status](const auto& result) {
-                           bar.close();
-                           status = report(result);
-                       });
+    controller->upload(
+        [&](const auto& progress) { terminal.showProgress(progress->fractionCompleted()); },
+        [&](const auto& result) {
+            terminal.endProgress();
+            status = report(terminal, result);
+        });
     while (!status) {
         if (!interrupt.runMainQueue()) {
             // Either alone would let steps run on.
             controller->cancel();
             controller.reset();
-            bar.close();
+            terminal.endProgress();
             status = cancelled;
         }
     }
@@ -83,8 +87,15 @@ int main(int count, char** values) {
         return arguments.error();
     }
     Interrupt interrupt;
+    // Never destroyed: steps may still write while the process exits.
+    auto& terminal = *new Terminal;
     if (arguments->log) {
-        cirrus::Configuration::setLog(std::make_shared<StderrLog>());
+        cirrus::Configuration::setLog(makeLog(terminal));
+    }
+    for (const auto& file : arguments->files) {
+        if (const auto name = file.filename().string(); visible(name) != name) {
+            terminal.writeLine("This name may look different in the share: " + visible(name));
+        }
     }
     std::unique_ptr<LocalDrive> drive;
     if (arguments->useEmulator) {
@@ -93,9 +104,10 @@ int main(int count, char** values) {
             return failed;
         }
     }
-    const int status = share(*arguments, interrupt);
-    if (drive && !arguments->contents.empty()) {
-        listContents(*drive, arguments->contents);
+    const int status = share(*arguments, interrupt, terminal);
+    if (drive && !arguments->contents.empty() && !listContents(*drive, arguments->contents)) {
+        terminal.writeLine("The contents could not be listed.");
+        return failed;
     }
     return status;
 }
