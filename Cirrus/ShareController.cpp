@@ -22,10 +22,10 @@ ShareController::Error underlying(auto error) {
 } // namespace
 
 ShareController::Context::Context(std::vector<std::filesystem::path> files,
-                                  std::string rootDirectoryName,
-                                  std::string destinationDirectoryName,
-                                  std::optional<std::string> email,
-                                  std::optional<std::string> emailMessage,
+                                  const std::string& rootDirectoryName,
+                                  const std::string& destinationDirectoryName,
+                                  const std::optional<std::string>& email,
+                                  const std::optional<std::string>& emailMessage,
                                   std::optional<std::chrono::system_clock::time_point> expiration)
     : files_(std::move(files)),
       rootDirectoryName_(repairedUtf8(rootDirectoryName)),

@@ -88,7 +88,7 @@ int main(int count, char** values) {
     }
     Interrupt interrupt;
     // Never destroyed: steps may still write while the process exits.
-    auto& terminal = *new Terminal;
+    static auto& terminal = *new Terminal;
     if (arguments->log) {
         cirrus::Configuration::setLog(makeLog(terminal));
     }

@@ -45,10 +45,10 @@ public:
         /// - `expiration`: when the permission ends, to whole seconds.
         ///
         /// Texts are UTF-8.
-        Context(std::vector<std::filesystem::path> files, std::string rootDirectoryName,
-                std::string destinationDirectoryName,
-                std::optional<std::string> email = std::nullopt,
-                std::optional<std::string> emailMessage = std::nullopt,
+        Context(std::vector<std::filesystem::path> files, const std::string& rootDirectoryName,
+                const std::string& destinationDirectoryName,
+                const std::optional<std::string>& email = std::nullopt,
+                const std::optional<std::string>& emailMessage = std::nullopt,
                 std::optional<std::chrono::system_clock::time_point> expiration = std::nullopt);
 
     private:
