@@ -79,8 +79,12 @@ ShareForm::context(std::vector<std::filesystem::path> files) const {
             expiration = endOf(lastDay_->date());
         }
     }
-    return {std::move(files), textOf(root_).toStdString(), textOf(destination_).toStdString(),
-            std::move(email), std::move(message),          expiration};
+    return {std::move(files),
+            textOf(root_).toStdString(),
+            textOf(destination_).toStdString(),
+            email,
+            message,
+            expiration};
 }
 
 std::string ShareForm::token() const {

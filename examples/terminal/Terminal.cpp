@@ -27,12 +27,14 @@ std::size_t columns() {
 /// How many bytes the UTF-8 sequence at the front has; 0 if there is none.
 std::size_t sequenceLength(std::string_view text) {
     const auto lead = static_cast<unsigned char>(text.front());
-    const std::size_t length = lead < 0x80                   ? 1
-                               : lead >= 0xC2 && lead < 0xE0 ? 2
-                               : lead >= 0xE0 && lead < 0xF0 ? 3
-                               : lead >= 0xF0 && lead < 0xF5 ? 4
-                                                             : 0;
-    const auto rest = text.substr(1, length == 0 ? 0 : length - 1);
+    if (lead < 0x80) {
+        return 1;
+    }
+    if (lead < 0xC2 || lead > 0xF4) {
+        return 0;
+    }
+    const std::size_t length = 2 + (lead >= 0xE0 ? 1 : 0) + (lead >= 0xF0 ? 1 : 0);
+    const auto rest = text.substr(1, length - 1);
     const bool isWhole = rest.size() + 1 == length && std::ranges::all_of(rest, [](char one) {
                              return (static_cast<unsigned char>(one) & 0xC0U) == 0x80;
                          });
@@ -53,7 +55,7 @@ std::string timeOfDay() {
         std::chrono::duration_cast<std::chrono::milliseconds>(now - seconds).count();
     const std::time_t time = std::chrono::system_clock::to_time_t(seconds);
     std::tm local{};
-    ::localtime_r(&time, &local);
+    (void)::localtime_r(&time, &local);
     std::array<char, 32> text{};
     const auto length = std::strftime(text.data(), text.size(), "%H:%M:%S", &local);
     auto fraction = std::to_string(1000 + milliseconds);

@@ -48,7 +48,7 @@ int report(Terminal& terminal, const cirrus::Result<cirrus::Url, ShareController
         terminal.writeLine(text.empty() ? "The files could not be shared." : text);
         return failed;
     }
-    if (!(std::cout << result->text() << std::endl)) {
+    if (!(std::cout << result->text() << '\n' << std::flush)) {
         terminal.writeLine("The link could not be written to standard output: " + result->text());
         return failed;
     }

@@ -19,15 +19,16 @@ emulator::DriveFile destinationOf(const emulator::Snapshot& snapshot) {
 TEST(ShareJob, SharesFilesInAnExistingRootFolder) {
     Host host;
     const auto root = host.drive().addFolder("Root").value_or("none");
+    const std::string bytes("\0a\r\n\xff", 5);
     const auto controller = host.makeController(
-        {host.folder().write("one.txt", "first"), host.folder().write("two ü'&.txt", "second")});
+        {host.folder().write("one.txt", bytes), host.folder().write("two ü'&.txt", "second")});
     const auto heard = Host::uploadAndWait(*controller);
 
     const auto snapshot = host.drive().snapshot();
     const auto destination = destinationOf(snapshot);
     EXPECT_EQ(destination.parents, std::vector{root});
     EXPECT_EQ(host.uploadedFiles(),
-              (std::vector<std::string>{"one.txt=first", "two ü'&.txt=second"}));
+              (std::vector<std::string>{"one.txt=" + bytes, "two ü'&.txt=second"}));
     ASSERT_EQ(destination.permissions.size(), 1U);
     EXPECT_EQ(destination.permissions.front().type, "anyone");
     EXPECT_EQ(destination.permissions.front().role, "reader");

@@ -61,34 +61,6 @@ protected:
         std::make_shared<GoogleWebservice>(emulator_.accessToken());
 };
 
-TEST_F(RequestsTest, ShareAFileThroughDrive) {
-    const auto box = call<File>(&Webservice::createDirectory, "Box", std::nullopt).value();
-    expectRequest("POST /drive/v3/files", Members{{"mimeType", folderType}, {"name", "Box"}});
-    const auto found = call<FileList>(&Webservice::findDirectory, "Box").value();
-    expectRequest(search + "Box'", {});
-    EXPECT_EQ(found.files.at(0).identifier, box.identifier);
-    const auto url = call<Url>(&Webservice::createUploadUrl, "a.txt", 5, box.identifier).value();
-    expectRequest("POST /upload/drive/v3/files uploadType=resumable",
-                  Members{{"name", "a.txt"}, {"parents", JsonValue::array({box.identifier})}});
-    std::shared_ptr<Progress> progress;
-    const auto keepProgress = [&progress](const auto& given) { progress = given; };
-    const std::string bytes("\0a\r\n\xff", 5);
-    const auto file =
-        call<File>(&Webservice::upload, SharedBytes(bytes), url, keepProgress).value();
-    expectRequest("POST /upload/drive/v3/files uploadType=resumable upload_id=" +
-                      url.text().substr(url.text().rfind('=') + 1),
-                  {});
-    EXPECT_EQ(emulator_.snapshot().requests.back().body.bytes(), bytes);
-    EXPECT_EQ(progress->fractionCompleted(), 1.0);
-    EXPECT_TRUE(call<File>(&Webservice::requestFile, file.identifier).value().downloadLink);
-    expectRequest("GET /drive/v3/files/" + file.identifier + links, {});
-    const auto grant = call<Permission>(&Webservice::createPermission, file.identifier, "reader",
-                                        "anyone", std::nullopt, std::nullopt, std::nullopt);
-    EXPECT_EQ(grant.value().type, "anyone");
-    expectRequest("POST /drive/v3/files/" + file.identifier + "/permissions",
-                  Members{{"role", "reader"}, {"type", "anyone"}});
-}
-
 TEST_F(RequestsTest, PutEachPartOfAPermissionWhereItBelongs) {
     using namespace std::chrono_literals;
     const std::string line = "POST /drive/v3/files/f/permissions";
