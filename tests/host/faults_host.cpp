@@ -1,5 +1,6 @@
 /// A host that runs two jobs, for scripts/faults, which lets a system call of the first one fail.
-/// Usage: faults_host cold|warm PORT CERTIFICATE-AUTHORITY FILE FILE FILE. "warm" runs a job before.
+/// Usage: faults_host cold|warm PORT CERTIFICATE-AUTHORITY FILE FILE FILE. "warm" runs a small job
+/// before.
 #include <sys/socket.h>
 #include <unistd.h>
 
@@ -35,7 +36,8 @@ static void report(const std::string& result) {
         int domain = AF_UNSPEC;
         socklen_t length = sizeof(domain);
         getsockopt(descriptor, SOL_SOCKET, SO_DOMAIN, &domain, &length);
-        descriptors += domain != AF_INET && fs::is_symlink("/proc/self/fd/" + std::to_string(descriptor));
+        descriptors +=
+            domain != AF_INET && fs::is_symlink("/proc/self/fd/" + std::to_string(descriptor));
     }
     std::cout << result << '\n'
               << std::distance(fs::directory_iterator("/proc/self/task"), {}) << ' ' << descriptors
@@ -64,7 +66,7 @@ int main(int, char** arguments) {
                                    authority.str(), std::chrono::seconds(2)});
     const std::vector<fs::path> files{arguments[4], arguments[5], arguments[6]};
     if (arguments[1] == std::string_view("warm")) {
-        share(files, "Zeroth");
+        share({files[0]}, "Zeroth");
     }
     awaitScript("ready");
     static_cast<void>(MainQueue::descriptor());
