@@ -21,6 +21,7 @@ struct Arguments {
     std::filesystem::path authorityFile;
     bool discard = false;
     bool list = false;
+    bool requests = false;
 };
 
 void describe(CLI::App& app, Arguments& arguments) {
@@ -33,6 +34,7 @@ void describe(CLI::App& app, Arguments& arguments) {
                    "Further host names for the certificate");
     app.add_flag("--discard", arguments.discard, "Keep of uploaded contents only their size");
     app.add_flag("--list", arguments.list, "List at the end what was uploaded");
+    app.add_flag("--requests", arguments.requests, "List at the end what was asked");
 }
 
 /// The file for the certificate. Without a wanted path it is temporary and removed at the end.
@@ -87,6 +89,14 @@ void list(const emulator::Snapshot& snapshot) {
     std::cout << std::flush;
 }
 
+void listRequests(const emulator::Snapshot& snapshot) {
+    for (const auto& request : snapshot.requests) {
+        std::cout << request.method << '\t' << request.target << '\t' << request.status.value_or(0)
+                  << '\n';
+    }
+    std::cout << std::flush;
+}
+
 int run(Arguments arguments) {
     // Blocked before the first thread starts, so that all threads inherit that and sigwait gets
     // them.
@@ -113,6 +123,9 @@ int run(Arguments arguments) {
     sigwait(&signals, &received);
     if (arguments.list) {
         list((*drive)->snapshot());
+    }
+    if (arguments.requests) {
+        listRequests((*drive)->snapshot());
     }
     return EXIT_SUCCESS;
 }

@@ -86,7 +86,7 @@ public:
     }
 
     /// Ends the current `wait`, or else the next one. Safe from any thread.
-    void wake() { curl_multi_wakeup(multi_); }
+    bool wake() { return curl_multi_wakeup(multi_) == CURLM_OK; }
 
 private:
     using Clock = CurlTransfer::Clock;
@@ -135,19 +135,24 @@ CurlEngine::CurlEngine() {
 
 CurlEngine::~CurlEngine() = default;
 
-void CurlEngine::submit(std::shared_ptr<HttpTransfer> transfer,
+bool CurlEngine::submit(const std::shared_ptr<HttpTransfer>& transfer,
                         std::shared_ptr<const TestServer> server) {
     std::shared_ptr<Loop> loop;
     {
         const std::scoped_lock lock(mutex_);
         if (isStopping_) {
-            return;
+            return true;
         }
-        submitted_.emplace_back(std::move(transfer), std::move(server));
+        submitted_.emplace_back(transfer, std::move(server));
         loop = loop_;
     }
     // Not under the lock, which the thread that wakes up wants at once.
-    loop->wake();
+    if (loop->wake()) {
+        return true;
+    }
+    const std::scoped_lock lock(mutex_);
+    // Zero if `run` has taken it all the same.
+    return std::erase_if(submitted_, [&](const auto& one) { return one.first == transfer; }) == 0;
 }
 
 void CurlEngine::stop() {

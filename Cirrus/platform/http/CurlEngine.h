@@ -23,8 +23,9 @@ public:
     ~CurlEngine();
 
     /// Starts a transfer; a null `server` means the real network. Safe from any thread; dropped
-    /// without a word after `stop`.
-    void submit(std::shared_ptr<HttpTransfer> transfer, std::shared_ptr<const TestServer> server);
+    /// without a word after `stop`. False, and nothing is started, if `run` cannot be woken up.
+    [[nodiscard]] bool submit(const std::shared_ptr<HttpTransfer>& transfer,
+                              std::shared_ptr<const TestServer> server);
 
     /// Drives all transfers on this thread until `stop`, and calls `ended` here for each one that
     /// has ended, with its outcome filled in. Those still in flight at `stop` are dropped.

@@ -19,12 +19,16 @@ struct HttpSession::Threads {
     explicit Threads(HttpSession& session)
         : network([this, &session] {
               engine.run([this, &session](std::shared_ptr<HttpTransfer> transfer) {
-                  callbacks.post([this, &session, transfer = std::move(transfer)] {
-                      assert(callbacks.isCurrentThread());
-                      session.complete(*transfer);
-                  });
+                  end(session, std::move(transfer));
               });
           }) {}
+
+    void end(HttpSession& session, std::shared_ptr<HttpTransfer> transfer) {
+        callbacks.post([this, &session, transfer = std::move(transfer)] {
+            assert(callbacks.isCurrentThread());
+            session.complete(*transfer);
+        });
+    }
 
     CurlEngine engine;
     SerialQueue callbacks;
@@ -47,7 +51,12 @@ void HttpSession::start(HttpTransfer transfer) {
         return;
     }
     ++unfinished_;
-    threads_->engine.submit(std::move(shared), server_);
+    if (!threads_->engine.submit(shared, server_)) {
+        shared->outcome.error = TransportError{.reason = TransportError::Reason::other,
+                                               .code = 0,
+                                               .text = "The network thread can not be woken up"};
+        threads_->end(*this, std::move(shared));
+    }
 }
 
 void HttpSession::waitUntilIdle() const {
