@@ -54,7 +54,7 @@ void HttpSession::start(HttpTransfer transfer) {
     if (!threads_->engine.submit(shared, server_)) {
         shared->outcome.error = TransportError{.reason = TransportError::Reason::other,
                                                .code = 0,
-                                               .text = "The network thread can not be woken up"};
+                                               .text = "The network thread cannot be woken up"};
         threads_->end(*this, std::move(shared));
     }
 }
