@@ -3,6 +3,7 @@
 #include <ranges>
 #include <sstream>
 
+#include "Cirrus/platform/formats/UrlBuilder.h"
 #include "Cirrus/platform/http/TransportError.h"
 #include "Cirrus/webservice/Response.h"
 #include "tests/fuzz/Checks.h"
@@ -44,6 +45,13 @@ static void tryAnswer(const HttpOutcome& outcome) {
         const auto kept = std::ranges::distance(result->headers);
         require(kept == 0 || kept == std::ranges::distance(outcome.response->headers));
         tryRecords<File, FileList, Permission>(*json);
+    }
+    if (const auto location =
+            outcome.response ? outcome.response->headers.value("Location") : std::nullopt) {
+        const auto url = Url::parse(*location);
+        require(!url || url->text() == *location);
+        require(!url || !UrlBuilder::isHttps(*url) ||
+                UrlBuilder::requestTarget(*url).starts_with('/'));
     }
 }
 

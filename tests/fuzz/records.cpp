@@ -5,7 +5,10 @@
 using namespace cirrus;
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* bytes, std::size_t size) {
-    if (const auto json = parseJson({reinterpret_cast<const char*>(bytes), size})) {
+    const std::string text(reinterpret_cast<const char*>(bytes), size);
+    const auto repaired = repairedUtf8(text);
+    require(isUtf8(repaired) && isUtf8(text) == (repaired == text));
+    if (const auto json = parseJson(text)) {
         require(parseJson(writeJson(*json).value()).value() == *json);
         tryRecords<File, FileList, Permission>(*json);
         if (const auto error = ServiceError::decode(*json)) {

@@ -24,10 +24,7 @@ struct HttpSession::Threads {
           }) {}
 
     void end(HttpSession& session, std::shared_ptr<HttpTransfer> transfer) {
-        callbacks.post([this, &session, transfer = std::move(transfer)] {
-            assert(callbacks.isCurrentThread());
-            session.complete(*transfer);
-        });
+        callbacks.post([&session, transfer = std::move(transfer)] { session.complete(*transfer); });
     }
 
     CurlEngine engine;
@@ -99,6 +96,7 @@ void HttpSession::stop() {
 }
 
 void HttpSession::complete(HttpTransfer& transfer) {
+    assert(threads_->callbacks.isCurrentThread());
     // Before the completion, which may read the next file.
     transfer.request.body = {};
     if (transfer.progress && transfer.outcome.response && transfer.outcome.response->isSuccess()) {
