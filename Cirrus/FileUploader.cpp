@@ -28,6 +28,21 @@ std::string FileUploader::Error::diagnosticText() const {
     return "missingFilesize";
 }
 
+FailedFile FileUploader::Error::failedFile(std::filesystem::path path) const {
+    FailedFile file{.path = std::move(path),
+                    .reason = FailureReason::unreadableFile,
+                    .serviceCode = std::nullopt,
+                    .diagnosticText = diagnosticText()};
+    if (const auto* const error = std::get_if<AnyError>(&value_)) {
+        const auto* const refusal = error->as<WebserviceError>();
+        file.reason = refusal != nullptr ? refusal->reason() : FailureReason::other;
+        file.serviceCode = refusal != nullptr ? refusal->serviceCode() : std::nullopt;
+    } else if (const auto* const missing = std::get_if<MissingFile>(&value_)) {
+        file.diagnosticText += "(" + missing->readError + ")";
+    }
+    return file;
+}
+
 FileUploader::FileUploader(const std::vector<std::filesystem::path>& files,
                            std::shared_ptr<Webservice> webservice, std::string parentIdentifier)
     : parentIdentifier_(std::move(parentIdentifier)),
@@ -65,7 +80,7 @@ void FileUploader::uploadNextItem() {
     }
     const auto item = pendingItems_.front();
     upload(item, [uploader = weak_from_this(), item](const Result<File, Error>& result) {
-        itemDidEnd(uploader, item, result.has_value());
+        itemDidEnd(uploader, item, result);
     });
 }
 
@@ -101,8 +116,8 @@ void FileUploader::uploadContent(const std::weak_ptr<FileUploader>& uploader, co
     auto data = reader->read(item.path);
     if (!data) {
         logFailure(name, "Could not read contents of file ", item.path, ", error: ", data.error());
-        MainQueue::post([completion = std::move(completion)] {
-            completion(std::unexpected(Error::missingFile()));
+        MainQueue::post([completion = std::move(completion), error = data.error()] {
+            completion(std::unexpected(Error::missingFile(error.diagnosticText())));
         });
         return;
     }
@@ -130,11 +145,15 @@ void FileUploader::uploadContent(const std::weak_ptr<FileUploader>& uploader, co
 
 /// Records the outcome of the file in flight and goes on. The uploader may go away at any moment.
 void FileUploader::itemDidEnd(const std::weak_ptr<FileUploader>& uploader, const Item& item,
-                              bool hasSucceeded) {
+                              const Result<File, Error>& result) {
     if (const auto self = uploader.lock()) {
         assert(!self->pendingItems_.empty() && self->pendingItems_.front() == item);
         self->pendingItems_.pop_front();
-        (hasSucceeded ? self->finishedItems_ : self->failedItems_).push_back(item);
+        if (result) {
+            self->finishedItems_.push_back(item);
+        } else {
+            self->failedItems_.push_back({.item = item, .error = result.error()});
+        }
         assert(self->pendingItems_.size() + self->finishedItems_.size() +
                    self->failedItems_.size() ==
                self->fileCount_);
@@ -142,6 +161,15 @@ void FileUploader::itemDidEnd(const std::weak_ptr<FileUploader>& uploader, const
     if (const auto self = uploader.lock()) {
         self->uploadNextItem();
     }
+}
+
+std::vector<FailedFile> FileUploader::failedFiles() const {
+    std::vector<FailedFile> files;
+    files.reserve(failedItems_.size());
+    for (const auto& [item, error] : failedItems_) {
+        files.push_back(error.failedFile(item.path));
+    }
+    return files;
 }
 
 void FileUploader::finish() {

@@ -13,6 +13,7 @@
 #include <vector>
 
 #include <Cirrus/Error.h>
+#include <Cirrus/Failure.h>
 #include <Cirrus/Progress.h>
 
 #include "Cirrus/platform/files/FileContents.h"
@@ -42,7 +43,10 @@ public:
 
         [[nodiscard]] static Error underlying(AnyError error) { return Error(std::move(error)); }
 
-        [[nodiscard]] static Error missingFile() { return Error(MissingFile{}); }
+        /// `readError` is what the system said.
+        [[nodiscard]] static Error missingFile(std::string readError = {}) {
+            return Error(MissingFile{std::move(readError)});
+        }
 
         [[nodiscard]] static Error missingFilesize() { return Error(MissingFilesize{}); }
 
@@ -51,8 +55,13 @@ public:
         /// The case's name and, in parentheses, the diagnostic text of what it carries.
         [[nodiscard]] std::string diagnosticText() const;
 
+        /// What there is to say about a file with this outcome.
+        [[nodiscard]] FailedFile failedFile(std::filesystem::path path) const;
+
     private:
-        struct MissingFile {};
+        struct MissingFile {
+            std::string readError;
+        };
 
         struct MissingFilesize {};
 
@@ -78,6 +87,9 @@ public:
     /// Safe from any thread.
     void cancel();
 
+    /// What failed, in order. Only once the handler has been called.
+    [[nodiscard]] std::vector<FailedFile> failedFiles() const;
+
     /// The progress of the whole run: 100 units a file. A file that fails before its content is
     /// sent adds nothing, so the fraction then never reaches 1.
     [[nodiscard]] const std::shared_ptr<Progress>& progress() const { return progress_; }
@@ -90,6 +102,11 @@ private:
         friend bool operator==(const Item&, const Item&) = default;
     };
 
+    struct FailedItem {
+        Item item;
+        Error error;
+    };
+
     using ItemCompletion = std::function<void(Result<File, Error>)>;
 
     void uploadNextItem();
@@ -97,7 +114,7 @@ private:
     static void uploadContent(const std::weak_ptr<FileUploader>& uploader, const Item& item,
                               const Url& to, ItemCompletion completion);
     static void itemDidEnd(const std::weak_ptr<FileUploader>& uploader, const Item& item,
-                           bool hasSucceeded);
+                           const Result<File, Error>& result);
     void finish();
 
     const std::string parentIdentifier_;
@@ -109,7 +126,7 @@ private:
     // exactly one of them.
     std::deque<Item> pendingItems_; ///< the first one is in flight
     std::vector<Item> finishedItems_;
-    std::vector<Item> failedItems_;
+    std::vector<FailedItem> failedItems_;
     std::atomic<bool> isCancelled_ = false;
     Completion completionHandler_;
 };

@@ -19,6 +19,10 @@ ShareController::Error underlying(auto error) {
     return ShareController::Error::underlying(AnyError(std::move(error)));
 }
 
+std::vector<FailedFile> failedFilesOf(const std::shared_ptr<FileUploader>& uploader) {
+    return uploader ? uploader->failedFiles() : std::vector<FailedFile>();
+}
+
 } // namespace
 
 ShareController::Context::Context(std::vector<std::filesystem::path> files,
@@ -43,7 +47,7 @@ ShareController::ShareController(ShareController&& other) noexcept = default;
 ShareController& ShareController::operator=(ShareController&& other) noexcept = default;
 ShareController::~ShareController() = default;
 
-void ShareController::upload(ProgressCallback progress, Completion completion) noexcept {
+void ShareController::upload(ProgressCallback progress, Completion completion) & noexcept {
     if (job_) {
         job_->upload(std::move(progress), std::move(completion));
     }
@@ -53,6 +57,10 @@ void ShareController::cancel() noexcept {
     if (job_) {
         job_->cancel();
     }
+}
+
+std::vector<FailedFile> ShareController::failedFiles() const {
+    return job_ ? job_->failedFiles() : std::vector<FailedFile>();
 }
 
 // The steps of the job, in their order. Log lines name the place that writes them, so everything
@@ -149,7 +157,7 @@ void ShareJob::prepareFileUpload(const std::string& parentIdentifier) {
     constexpr auto name = "prepareFileUpload(parentIdentifier:)";
     logDetail(name);
     auto uploader = std::make_shared<FileUploader>(context_.files_, webservice_, parentIdentifier);
-    uploader->upload([job = weak_from_this(),
+    uploader->upload([job = weak_from_this(), ended = std::weak_ptr(uploader),
                       parentIdentifier](const Result<void, FileUploader::Error>& result) {
         if (result) {
             logDetail(name, "Uploaded file, will apply permissions...");
@@ -158,7 +166,7 @@ void ShareJob::prepareFileUpload(const std::string& parentIdentifier) {
         }
         if (const auto self = job.lock()) {
             result ? self->applyPermissions(parentIdentifier)
-                   : self->fail(underlying(result.error()));
+                   : self->fail(underlying(result.error()), failedFilesOf(ended.lock()));
         }
     });
     auto observation =

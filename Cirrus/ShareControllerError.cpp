@@ -2,6 +2,9 @@
 
 #include <utility>
 
+#include "Cirrus/FileUploader.h"
+#include "Cirrus/webservice/WebserviceError.h"
+
 namespace cirrus {
 
 ShareController::Error::Error(Value value) : value_(std::move(value)) {}
@@ -24,6 +27,24 @@ ShareController::Error::Case ShareController::Error::kind() const {
 
 const AnyError* ShareController::Error::underlyingError() const {
     return std::get_if<AnyError>(&value_);
+}
+
+FailureReason ShareController::Error::reason() const {
+    if (kind() == Case::missingWebContentLink) {
+        return FailureReason::noLink;
+    }
+    const auto* const error = underlyingError();
+    if (error == nullptr || error->as<FileUploader::Error>() != nullptr) {
+        return FailureReason::filesFailed;
+    }
+    const auto* const refusal = error->as<WebserviceError>();
+    return refusal != nullptr ? refusal->reason() : FailureReason::other;
+}
+
+std::optional<std::int64_t> ShareController::Error::serviceCode() const {
+    const auto* const error = underlyingError();
+    const auto* const refusal = error != nullptr ? error->as<WebserviceError>() : nullptr;
+    return refusal != nullptr ? refusal->serviceCode() : std::nullopt;
 }
 
 std::optional<std::string> ShareController::Error::errorDescription() const {

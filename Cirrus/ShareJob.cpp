@@ -44,12 +44,13 @@ void ShareJob::deliverProgress(const std::shared_ptr<const Progress>& progress) 
     }
 }
 
-void ShareJob::fail(Error error) {
+void ShareJob::fail(Error error, std::vector<FailedFile> failedFiles) {
     if (isCancelled_) {
         return;
     }
-    MainQueue::post([self = shared_from_this(), error = std::move(error)]() mutable {
-        self->deliverFailure(std::move(error));
+    MainQueue::post([self = shared_from_this(), error = std::move(error),
+                     failedFiles = std::move(failedFiles)]() mutable {
+        self->deliverFailure(std::move(error), std::move(failedFiles));
     });
 }
 
@@ -62,15 +63,15 @@ void ShareJob::succeed(Url url) {
     });
 }
 
-void ShareJob::deliverFailure(Error error) {
-    deliver(std::unexpected(std::move(error)));
+void ShareJob::deliverFailure(Error error, std::vector<FailedFile> failedFiles) {
+    deliver(std::unexpected(std::move(error)), std::move(failedFiles));
 }
 
 void ShareJob::deliverSuccess(Url url) {
-    deliver(std::move(url));
+    deliver(std::move(url), {});
 }
 
-void ShareJob::deliver(Result<Url, Error> result) {
+void ShareJob::deliver(Result<Url, Error> result, std::vector<FailedFile> failedFiles) {
     Completion handler;
     // Goes too: an event loop inside the completion may meet progress of a second job.
     std::shared_ptr<const ProgressCallback> progress;
@@ -81,11 +82,17 @@ void ShareJob::deliver(Result<Url, Error> result) {
         }
         handler.swap(completionHandler_);
         progress.swap(progressHandler_);
+        failedFiles_.swap(failedFiles);
     }
     if (handler) {
         handler(std::move(result));
     }
     reset();
+}
+
+std::vector<FailedFile> ShareJob::failedFiles() {
+    const std::scoped_lock lock(mutex_);
+    return failedFiles_;
 }
 
 /// Ends the observation and lets go of the uploader and both callbacks.

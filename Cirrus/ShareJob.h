@@ -4,6 +4,7 @@
 #include <memory>
 #include <mutex>
 #include <string>
+#include <vector>
 
 #include "Cirrus/FileUploader.h"
 #include "Cirrus/webservice/Webservice.h"
@@ -29,6 +30,7 @@ public:
 
     void upload(ProgressCallback progress, Completion completion);
     void cancel();
+    [[nodiscard]] std::vector<FailedFile> failedFiles();
 
 private:
     void findOrCreateRootDirectory();
@@ -40,11 +42,11 @@ private:
 
     void progressDidChange(std::shared_ptr<const Progress> progress);
     void deliverProgress(const std::shared_ptr<const Progress>& progress);
-    void fail(Error error);
+    void fail(Error error, std::vector<FailedFile> failedFiles = {});
     void succeed(Url url);
-    void deliverFailure(Error error);
+    void deliverFailure(Error error, std::vector<FailedFile> failedFiles);
     void deliverSuccess(Url url);
-    void deliver(Result<Url, Error> result);
+    void deliver(Result<Url, Error> result, std::vector<FailedFile> failedFiles);
     void reset();
 
     const Context context_;
@@ -58,6 +60,7 @@ private:
     std::shared_ptr<const ProgressCallback> progressHandler_;
     std::shared_ptr<FileUploader> fileUploader_;
     ProgressObservation progressObservationToken_;
+    std::vector<FailedFile> failedFiles_;
 };
 
 } // namespace cirrus

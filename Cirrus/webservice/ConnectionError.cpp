@@ -11,6 +11,7 @@ std::optional<std::string> ConnectionError::errorDescription() const {
     case TransportError::Reason::untrustedCertificate:
         return "The connection to Google is not secure: the server's certificate is not trusted. "
                "Check your network and the date of this computer.";
+    case TransportError::Reason::connectionLost:
     case TransportError::Reason::other:
         break;
     }

@@ -9,7 +9,7 @@ namespace cirrus {
 
 /// A transport error that the user can do something about, with a text that says what.
 struct ConnectionError {
-    TransportError cause; ///< its reason is not `other`
+    TransportError cause; ///< its reason is one with a text below
 
     [[nodiscard]] std::string diagnosticText() const { return cause.diagnosticText(); }
 

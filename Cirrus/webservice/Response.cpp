@@ -30,7 +30,8 @@ HeaderFields textHeaders(HeaderFields headers) {
 
 Result<Response, WebserviceError> classify(HttpOutcome outcome) {
     if (outcome.error) {
-        const bool canUserAct = outcome.error->reason != TransportError::Reason::other;
+        const bool canUserAct = outcome.error->reason != TransportError::Reason::other &&
+                                outcome.error->reason != TransportError::Reason::connectionLost;
         return std::unexpected(WebserviceError::underlyingError(
             canUserAct ? AnyError(ConnectionError{*std::move(outcome.error)})
                        : AnyError(*std::move(outcome.error))));

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstdint>
 #include <optional>
 #include <string>
 #include <utility>
@@ -8,6 +9,7 @@
 #include "Cirrus/records/DecodingError.h"
 #include "Cirrus/records/ServiceError.h"
 #include <Cirrus/Error.h>
+#include <Cirrus/Failure.h>
 
 namespace cirrus {
 
@@ -50,6 +52,12 @@ public:
 
     /// The case's name and, in parentheses, the diagnostic text of what it carries.
     [[nodiscard]] std::string diagnosticText() const;
+
+    /// The one place that tells what an answer, or its absence, means to a host.
+    [[nodiscard]] FailureReason reason() const;
+
+    /// The code in the service's refusal.
+    [[nodiscard]] std::optional<std::int64_t> serviceCode() const;
 
     /// The text for the user; absent only if the transport's error has a text of its own kind and
     /// that is absent.

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <chrono>
+#include <cstdint>
 #include <filesystem>
 #include <functional>
 #include <memory>
@@ -11,6 +12,7 @@
 
 #include <Cirrus/Error.h>
 #include <Cirrus/Export.h>
+#include <Cirrus/Failure.h>
 #include <Cirrus/Progress.h>
 #include <Cirrus/Url.h>
 
@@ -24,7 +26,8 @@ class ShareJob;
 /// Destroying the object releases the job: the request in flight is not stopped, no further one is
 /// made, and no callback is called. But each call that waits on the main queue, for progress or the
 /// outcome, holds the job too: it is still made, and until then the job continues. To end a job
-/// without any further callback or request, `cancel`, then destroy.
+/// without any further callback or request, `cancel`, then destroy, as `ScopedShareController`
+/// does.
 ///
 /// Movable, not copyable; a moved-from object has no job, and its operations do nothing.
 ///
@@ -84,6 +87,13 @@ public:
         /// Which case this is.
         [[nodiscard]] Case kind() const;
 
+        /// Why, for hosts that act on it or have words of their own for the user.
+        [[nodiscard]] FailureReason reason() const;
+
+        /// The code that the service gave with its refusal, as a rule the HTTP status; absent if it
+        /// gave none, and if files failed.
+        [[nodiscard]] std::optional<std::int64_t> serviceCode() const;
+
         /// The error of the lower layer, as it came; null unless `kind` is `underlying`. It lives
         /// as long as this error.
         [[nodiscard]] const AnyError* underlyingError() const;
@@ -135,13 +145,19 @@ public:
     /// A second call drops the callbacks of the first, uncalled, and runs a second job beside it
     /// that shares its deliveries: the first outcome of either goes to the newest callbacks and
     /// is the only one. A job started from inside the completion runs but reports nothing.
-    void upload(ProgressCallback progress, Completion completion) noexcept;
+    void upload(ProgressCallback progress, Completion completion) & noexcept;
+    /// The job would end with the temporary object.
+    void upload(ProgressCallback progress, Completion completion) && = delete;
 
     /// Neither callback is called any more; called from another thread than the main queue's, one
     /// that has already begun may still be running. No further file is started, but the request in
     /// flight is not stopped, and a job that is still preparing its folders continues with the
     /// files, the permission and the link. To really stop a job, destroy this object as well.
     void cancel() noexcept;
+
+    /// The files that were not uploaded, in their order, from the moment the completion is called;
+    /// empty before, after a success, and if the job failed before its first file.
+    [[nodiscard]] std::vector<FailedFile> failedFiles() const;
 
 private:
     std::shared_ptr<ShareJob> job_;

@@ -42,6 +42,11 @@ TransportError::Reason reasonFor(CURLcode code) {
     case CURLE_PEER_FAILED_VERIFICATION:
     case CURLE_SSL_ISSUER_ERROR:
         return untrustedCertificate;
+    case CURLE_GOT_NOTHING:
+    case CURLE_PARTIAL_FILE:
+    case CURLE_SEND_ERROR:
+    case CURLE_RECV_ERROR:
+        return connectionLost;
     default:
         return other;
     }
@@ -103,6 +108,7 @@ std::shared_ptr<HttpTransfer> CurlTransfer::finish(CURLcode code) {
     }
     if (code == CURLE_OK && !isHeadComplete_) {
         abortReason_ = "The connection ended within the head of the answer";
+        wasLost_ = true;
     }
     if (code != CURLE_OK || !abortReason_.empty()) {
         outcome.error = errorFor(code);
@@ -224,7 +230,11 @@ HeaderFields CurlTransfer::receivedHeaders() const {
 
 TransportError CurlTransfer::errorFor(CURLcode code) const {
     if (!abortReason_.empty()) {
-        return ownError(abortReason_);
+        auto error = ownError(abortReason_);
+        if (wasLost_) {
+            error.reason = TransportError::Reason::connectionLost;
+        }
+        return error;
     }
     const std::string_view text = errorText_.data();
     if (code == CURLE_COULDNT_RESOLVE_PROXY || text.starts_with("Unsupported proxy")) {
@@ -252,6 +262,7 @@ TransportError CurlTransfer::errorFor(CURLcode code) const {
 bool CurlTransfer::mustNotSendAgain() {
     if (hasBegun_) {
         abortReason_ = "The connection was lost before the answer";
+        wasLost_ = true;
     }
     return hasBegun_;
 }

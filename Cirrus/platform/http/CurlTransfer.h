@@ -92,6 +92,7 @@ private:
     bool isHeadComplete_ = false;
     /// Why a callback stopped the transfer; takes the place of libcurl's text.
     std::string abortReason_;
+    bool wasLost_ = false;  ///< that is, the connection; if aborted
     bool hasBegun_ = false; ///< the request may have reached the server
     bool isConnectionStale_ = false;
     Traffic trafficBefore_; ///< on the connection, before the request

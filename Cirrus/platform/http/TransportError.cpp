@@ -8,8 +8,8 @@ namespace cirrus {
 
 std::string TransportError::diagnosticText() const {
     /// In the order of `Reason`.
-    constexpr std::array<std::string_view, 4> names{"transportError", "noConnection", "timedOut",
-                                                    "untrustedCertificate"};
+    constexpr std::array<std::string_view, 5> names{"transportError", "noConnection", "timedOut",
+                                                    "untrustedCertificate", "transportError"};
     return std::string(names.at(static_cast<std::size_t>(reason))) + "(" + std::to_string(code) +
            ": " + text + ")";
 }

@@ -6,7 +6,7 @@ namespace cirrus {
 
 /// Why a request got no answer, or only part of one.
 struct TransportError {
-    enum class Reason { other, noConnection, timedOut, untrustedCertificate };
+    enum class Reason { other, noConnection, timedOut, untrustedCertificate, connectionLost };
 
     Reason reason = Reason::other;
     /// libcurl's error code; 0 if the request was refused before it reached libcurl.

@@ -1,0 +1,54 @@
+#pragma once
+
+#include <cstdint>
+#include <filesystem>
+#include <optional>
+#include <string>
+
+namespace cirrus {
+
+/// Why something failed, for hosts that act on it or say it in their own words. Later versions may
+/// add reasons.
+enum class FailureReason {
+    /// Google could not be reached: no network, no such host, or a proxy of no use.
+    offline,
+    /// Nothing moved for 10 seconds.
+    timedOut,
+    /// The server's certificate is not trusted.
+    untrustedConnection,
+    /// The connection broke; whether the service has done what it was asked is not known.
+    connectionLost,
+    /// The token is not, or no longer, valid (401): sign in again.
+    signedOut,
+    /// The service does not allow or accept it (403 and every other 4xx).
+    refused,
+    /// What the request is about does not exist (404).
+    notFound,
+    /// Too many requests in a short time (429): try again later.
+    tooManyRequests,
+    /// The service is in trouble (5xx): try again later.
+    serviceTrouble,
+    /// An answer that is not the expected one.
+    answerNotUnderstood,
+    /// One or more files failed; see `ShareController::failedFiles`.
+    filesFailed,
+    /// The file could not be read; the reason of a single file only.
+    unreadableFile,
+    /// Everything is uploaded and shared, but the service gave no link.
+    noLink,
+    /// Anything else: see the diagnostic text.
+    other
+};
+
+/// A file that was not uploaded.
+struct FailedFile {
+    /// As the host gave it.
+    std::filesystem::path path;
+    FailureReason reason = FailureReason::other;
+    /// The code that the service gave with its refusal, as a rule the HTTP status.
+    std::optional<std::int64_t> serviceCode;
+    /// What happened, for a log.
+    std::string diagnosticText;
+};
+
+} // namespace cirrus
