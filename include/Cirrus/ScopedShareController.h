@@ -49,10 +49,14 @@ public:
     /// Whether there is a job, finished or not.
     explicit operator bool() const noexcept { return controller_.has_value(); }
 
-    /// Only if there is a job.
-    ShareController* operator->() noexcept { return &*controller_; }
+    /// The job; null if there is none.
+    ShareController* operator->() noexcept {
+        return controller_.has_value() ? &controller_.value() : nullptr;
+    }
 
-    const ShareController* operator->() const noexcept { return &*controller_; }
+    const ShareController* operator->() const noexcept {
+        return controller_.has_value() ? &controller_.value() : nullptr;
+    }
 
 private:
     std::optional<ShareController> controller_;

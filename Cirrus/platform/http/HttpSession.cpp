@@ -57,7 +57,6 @@ void HttpSession::start(HttpTransfer transfer) {
 }
 
 void HttpSession::waitUntilIdle() const {
-    assert(!isLibraryThread());
     for (auto count = unfinished_.load(); count != 0; count = unfinished_.load()) {
         unfinished_.wait(count);
     }
