@@ -5,6 +5,7 @@
 #include <Cirrus/MainQueue.h>
 
 #include "Cirrus/Log.h"
+#include "Cirrus/platform/errors/ErrorKind.h"
 #include "Cirrus/platform/files/FileContents.h"
 
 namespace cirrus {
@@ -34,7 +35,7 @@ FailedFile FileUploader::Error::failedFile(std::filesystem::path path) const {
                     .serviceCode = std::nullopt,
                     .diagnosticText = diagnosticText()};
     if (const auto* const error = std::get_if<AnyError>(&value_)) {
-        const auto* const refusal = error->as<WebserviceError>();
+        const auto* const refusal = errorAs<WebserviceError>(*error);
         file.reason = refusal != nullptr ? refusal->reason() : FailureReason::other;
         file.serviceCode = refusal != nullptr ? refusal->serviceCode() : std::nullopt;
     } else if (const auto* const missing = std::get_if<MissingFile>(&value_)) {
@@ -93,7 +94,7 @@ void FileUploader::upload(const Item& item, ItemCompletion completion) {
          completion = std::move(completion)](const Result<Url, WebserviceError>& result) {
             if (!result) {
                 logFailure(name, "Failed to create upload URL, error: ", result.error());
-                completion(std::unexpected(Error::underlying(AnyError(result.error()))));
+                completion(std::unexpected(Error::underlying(anyError(result.error()))));
                 return;
             }
             logDetail(name, "Finished creating upload URL, proceeding to upload content...");
@@ -135,7 +136,7 @@ void FileUploader::uploadContent(const std::weak_ptr<FileUploader>& uploader, co
         [completion = std::move(completion)](const Result<File, WebserviceError>& result) {
             if (!result) {
                 logFailure(name, "Failed to upload file with error: ", result.error());
-                completion(std::unexpected(Error::underlying(AnyError(result.error()))));
+                completion(std::unexpected(Error::underlying(anyError(result.error()))));
                 return;
             }
             logDetail(name, "Finished uploading file");

@@ -11,6 +11,7 @@
 #include <Cirrus/Configuration.h>
 #include <Cirrus/Error.h>
 
+#include "Cirrus/platform/errors/ErrorKind.h"
 #include "Cirrus/platform/files/FileContents.h"
 
 namespace cirrus {

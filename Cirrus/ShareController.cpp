@@ -4,6 +4,7 @@
 
 #include "Cirrus/Log.h"
 #include "Cirrus/ShareJob.h"
+#include "Cirrus/platform/errors/ErrorKind.h"
 #include "Cirrus/platform/formats/Json.h"
 #include "Cirrus/webservice/GoogleWebservice.h"
 
@@ -16,7 +17,7 @@ std::optional<std::string> repaired(const std::optional<std::string>& text) {
 }
 
 ShareController::Error underlying(auto error) {
-    return ShareController::Error::underlying(AnyError(std::move(error)));
+    return ShareController::Error::underlying(anyError(std::move(error)));
 }
 
 std::vector<FailedFile> failedFilesOf(const std::shared_ptr<FileUploader>& uploader) {

@@ -3,6 +3,7 @@
 #include <utility>
 
 #include "Cirrus/FileUploader.h"
+#include "Cirrus/platform/errors/ErrorKind.h"
 #include "Cirrus/webservice/WebserviceError.h"
 
 namespace cirrus {
@@ -34,16 +35,16 @@ FailureReason ShareController::Error::reason() const {
         return FailureReason::noLink;
     }
     const auto* const error = underlyingError();
-    if (error == nullptr || error->as<FileUploader::Error>() != nullptr) {
+    if (error == nullptr || errorAs<FileUploader::Error>(*error) != nullptr) {
         return FailureReason::filesFailed;
     }
-    const auto* const refusal = error->as<WebserviceError>();
+    const auto* const refusal = errorAs<WebserviceError>(*error);
     return refusal != nullptr ? refusal->reason() : FailureReason::other;
 }
 
 std::optional<std::int64_t> ShareController::Error::serviceCode() const {
     const auto* const error = underlyingError();
-    const auto* const refusal = error != nullptr ? error->as<WebserviceError>() : nullptr;
+    const auto* const refusal = error != nullptr ? errorAs<WebserviceError>(*error) : nullptr;
     return refusal != nullptr ? refusal->serviceCode() : std::nullopt;
 }
 

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <utility>
 
+#include "Cirrus/platform/errors/ErrorKind.h"
 #include "Cirrus/platform/formats/Json.h"
 #include "Cirrus/webservice/ConnectionError.h"
 
@@ -33,8 +34,8 @@ Result<Response, WebserviceError> classify(HttpOutcome outcome) {
         const bool canUserAct = outcome.error->reason != TransportError::Reason::other &&
                                 outcome.error->reason != TransportError::Reason::connectionLost;
         return std::unexpected(WebserviceError::underlyingError(
-            canUserAct ? AnyError(ConnectionError{*std::move(outcome.error)})
-                       : AnyError(*std::move(outcome.error))));
+            canUserAct ? anyError(ConnectionError{*std::move(outcome.error)})
+                       : anyError(*std::move(outcome.error))));
     }
     if (!outcome.response) {
         return std::unexpected(WebserviceError::invalidResponse());

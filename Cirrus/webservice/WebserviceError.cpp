@@ -1,5 +1,6 @@
 #include "Cirrus/webservice/WebserviceError.h"
 
+#include "Cirrus/platform/errors/ErrorKind.h"
 #include "Cirrus/webservice/ConnectionError.h"
 
 namespace cirrus {
@@ -28,9 +29,9 @@ FailureReason reasonFor(std::int64_t serviceCode) {
 }
 
 FailureReason reasonFor(const AnyError& error) {
-    const auto* const connection = error.as<ConnectionError>();
+    const auto* const connection = errorAs<ConnectionError>(error);
     const auto* const transport =
-        connection != nullptr ? &connection->cause : error.as<TransportError>();
+        connection != nullptr ? &connection->cause : errorAs<TransportError>(error);
     switch (transport != nullptr ? transport->reason : TransportError::Reason::other) {
     case TransportError::Reason::noConnection:
         return FailureReason::offline;

@@ -1,7 +1,8 @@
 #include "FileListModel.h"
 
+#include <Cirrus/adapters/Qt.h>
+
 #include <QDir>
-#include <QFile>
 #include <QLocale>
 #include <QTextDocument>
 
@@ -31,7 +32,7 @@ std::vector<std::filesystem::path> FileListModel::paths() const {
     std::vector<std::filesystem::path> paths;
     paths.reserve(files_.size());
     for (const auto& file : files_) {
-        paths.emplace_back(QFile::encodeName(file.filePath()).toStdString());
+        paths.push_back(cirrus::toPath(file.filePath()));
     }
     return paths;
 }

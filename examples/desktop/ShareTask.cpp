@@ -1,34 +1,62 @@
 #include "ShareTask.h"
 
-#include <QPointer>
+#include <Cirrus/adapters/Qt.h>
 
+#include <QStringList>
+
+#include <map>
 #include <utility>
+
+namespace {
+
+QString words(cirrus::FailureReason reason) {
+    using enum cirrus::FailureReason;
+    switch (reason) {
+    case offline:
+        return ShareTask::tr("no connection to Google");
+    case timedOut:
+        return ShareTask::tr("Google did not answer in time");
+    case untrustedConnection:
+        return ShareTask::tr("the connection is not secure");
+    case connectionLost:
+        return ShareTask::tr("the connection was lost");
+    case signedOut:
+        return ShareTask::tr("signed out");
+    case refused:
+        return ShareTask::tr("refused by Google");
+    case notFound:
+        return ShareTask::tr("not found in Google Drive");
+    case tooManyRequests:
+        return ShareTask::tr("too many requests");
+    case serviceTrouble:
+        return ShareTask::tr("Google Drive is in trouble");
+    case unreadableFile:
+        return ShareTask::tr("the file could not be read");
+    case answerNotUnderstood:
+    case filesFailed:
+    case noLink:
+    case other:
+        break;
+    }
+    return ShareTask::tr("something went wrong");
+}
+
+} // namespace
 
 void ShareTask::start(cirrus::ShareController::Context context, std::string token) {
     cancel();
     fraction_ = 0;
     link_.clear();
-    controller_ = std::make_unique<cirrus::ShareController>(std::move(context), std::move(token));
-    const QPointer<ShareTask> task(this);
-    controller_->upload(
-        [task](const auto& progress) {
-            if (task) {
-                task->progress(progress->fractionCompleted());
-            }
-        },
-        [task](const auto& result) {
-            if (task) {
-                task->complete(result);
-            }
-        });
+    job_ = cirrus::ScopedShareController({std::move(context), std::move(token)});
+    // `this` is safe: the job ends with it.
+    job_->upload([this](const auto& done) { progress(done->fractionCompleted()); },
+                 [this](const auto& result) { complete(result); });
     enter(State::preparing);
 }
 
 void ShareTask::cancel() {
     if (isRunning()) {
-        // Either alone would let steps run on, or an outcome through that already waits.
-        controller_->cancel();
-        controller_.reset();
+        job_.stop();
         enter(State::cancelled);
     }
 }
@@ -40,15 +68,28 @@ void ShareTask::progress(double fraction) {
 
 void ShareTask::complete(
     const cirrus::Result<cirrus::Url, cirrus::ShareController::Error>& result) {
-    controller_.reset();
+    const auto failedFiles = job_->failedFiles();
+    job_.stop();
     if (result) {
         link_ = QString::fromStdString(result->text());
         enter(State::shared);
         return;
     }
     enter(State::failed);
-    const auto words = result.error().errorDescription();
-    emit failed(words ? QString::fromStdString(*words) : tr("The files could not be shared."));
+    const auto text = result.error().errorDescription();
+    std::map<cirrus::FailureReason, int> counts;
+    QStringList files;
+    for (const auto& file : failedFiles) {
+        ++counts[file.reason];
+        files.append(cirrus::toQString(file.path.filename()) + ": " + words(file.reason));
+    }
+    QStringList summary;
+    for (const auto& [reason, count] : counts) {
+        summary.append((count == 1 ? tr("%1 file: %2") : tr("%1 files: %2"))
+                           .arg(QString::number(count), words(reason)));
+    }
+    emit failed(text ? QString::fromStdString(*text) : tr("The files could not be shared."),
+                summary.join('\n'), files.join('\n'));
 }
 
 void ShareTask::enter(State state) {

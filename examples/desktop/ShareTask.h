@@ -5,7 +5,6 @@
 
 #include <Cirrus/Cirrus.h>
 
-#include <memory>
 #include <string>
 
 /// Shares once at a time through the library, and says where it is.
@@ -24,7 +23,7 @@ public:
 
     [[nodiscard]] State state() const { return state_; }
 
-    [[nodiscard]] bool isRunning() const { return controller_ != nullptr; }
+    [[nodiscard]] bool isRunning() const { return static_cast<bool>(job_); }
 
     /// The part of the upload that is done, from 0 to 1.
     [[nodiscard]] double fraction() const { return fraction_; }
@@ -34,8 +33,9 @@ public:
 
 signals:
     void changed();
-    /// Comes after `changed`, with words for the user.
-    void failed(const QString& words);
+    /// Comes after `changed`, with words for the user. If files failed, the summary says how many
+    /// for which reason, and `files` has a line for each.
+    void failed(const QString& words, const QString& summary, const QString& files);
 
 private:
     void progress(double fraction);
@@ -45,5 +45,5 @@ private:
     State state_ = State::idle;
     double fraction_ = 0;
     QString link_;
-    std::unique_ptr<cirrus::ShareController> controller_;
+    cirrus::ScopedShareController job_;
 };

@@ -160,12 +160,14 @@ void ShareWindow::share() {
     task_->start(form_->context(files_->paths()), form_->token());
 }
 
-void ShareWindow::showFailure(const QString& words) {
+void ShareWindow::showFailure(const QString& words, const QString& summary, const QString& files) {
     // Not exec(): nothing waits in here while the box is open.
     auto* box =
         new QMessageBox(QMessageBox::Warning, tr("Sharing failed"), words, QMessageBox::Ok, this);
     box->setObjectName("failure");
     box->setTextFormat(Qt::PlainText);
+    box->setInformativeText(summary);
+    box->setDetailedText(files);
     box->setAttribute(Qt::WA_DeleteOnClose);
     box->open();
 }

@@ -40,7 +40,7 @@ private:
     void connectParts();
     void chooseFiles();
     void share();
-    void showFailure(const QString& words);
+    void showFailure(const QString& words, const QString& summary, const QString& files);
     void showSummary();
     void refresh();
 

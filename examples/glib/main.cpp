@@ -67,13 +67,11 @@ std::optional<Arguments> readArguments(int count, char** values) {
 class Share {
 public:
     explicit Share(const Arguments& arguments)
-        : controller_(std::make_unique<ShareController>(
-              ShareController::Context(arguments.files, "Stashly", "Shared files"),
-              arguments.token)) {}
+        : job_(ShareController({arguments.files, "Stashly", "Shared files"}, arguments.token)) {}
 
     bool run() {
         const guint interrupt = g_unix_signal_add(SIGINT, &Share::stop, this);
-        controller_->upload({}, [this](const auto& result) { finish(result); });
+        job_->upload({}, [this](const auto& result) { finish(result); });
         g_main_loop_run(loop_.get());
         g_source_remove(interrupt);
         return isShared_;
@@ -85,21 +83,23 @@ private:
         std::cout << (result ? result->text()
                              : result.error().errorDescription().value_or("Sharing failed."))
                   << '\n';
+        for (const auto& file : job_->failedFiles()) {
+            std::cerr << file.path.string() << ": " << file.diagnosticText << '\n';
+        }
         g_main_loop_quit(loop_.get());
     }
 
-    /// Either alone would let steps run on. No callback comes any more, so `this` may go.
+    /// No callback comes any more, so `this` may go.
     static gboolean stop(gpointer share) {
         auto& self = *static_cast<Share*>(share);
-        self.controller_->cancel();
-        self.controller_.reset();
+        self.job_.stop();
         g_main_loop_quit(self.loop_.get());
         return G_SOURCE_CONTINUE;
     }
 
     MainLoop loop_{g_main_loop_new(nullptr, FALSE)};
     bool isShared_ = false;
-    std::unique_ptr<ShareController> controller_;
+    cirrus::ScopedShareController job_;
 };
 
 } // namespace

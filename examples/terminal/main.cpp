@@ -7,6 +7,7 @@
 #include <iostream>
 #include <memory>
 #include <optional>
+#include <vector>
 
 #include "Arguments.h"
 #include "Terminal.h"
@@ -42,10 +43,14 @@ bool listContents(LocalDrive& drive, const std::filesystem::path& list) {
     return static_cast<bool>(lines.flush());
 }
 
-int report(Terminal& terminal, const cirrus::Result<cirrus::Url, ShareController::Error>& result) {
+int report(Terminal& terminal, const cirrus::Result<cirrus::Url, ShareController::Error>& result,
+           const std::vector<cirrus::FailedFile>& failedFiles) {
     if (!result) {
         const auto text = result.error().errorDescription().value_or("");
         terminal.writeLine(text.empty() ? "The files could not be shared." : text);
+        for (const auto& file : failedFiles) {
+            terminal.writeLine(file.path.string() + ": " + file.diagnosticText);
+        }
         return failed;
     }
     if (!(std::cout << result->text() << '\n' << std::flush)) {
@@ -56,22 +61,19 @@ int report(Terminal& terminal, const cirrus::Result<cirrus::Url, ShareController
 }
 
 int share(const Arguments& arguments, Interrupt& interrupt, Terminal& terminal) {
-    auto controller = std::make_unique<ShareController>(
+    cirrus::ScopedShareController job(ShareController(
         ShareController::Context(arguments.files, arguments.root, arguments.destination,
                                  arguments.email, arguments.message, arguments.expiration),
-        arguments.token);
+        arguments.token));
     std::optional<int> status;
-    controller->upload(
-        [&](const auto& progress) { terminal.showProgress(progress->fractionCompleted()); },
-        [&](const auto& result) {
-            terminal.endProgress();
-            status = report(terminal, result);
-        });
+    job->upload([&](const auto& progress) { terminal.showProgress(progress->fractionCompleted()); },
+                [&](const auto& result) {
+                    terminal.endProgress();
+                    status = report(terminal, result, job->failedFiles());
+                });
     while (!status) {
         if (!interrupt.runMainQueue()) {
-            // Either alone would let steps run on.
-            controller->cancel();
-            controller.reset();
+            job.stop();
             terminal.endProgress();
             status = cancelled;
         }

@@ -1,11 +1,11 @@
 #pragma once
 
-#include <concepts>
 #include <expected>
 #include <memory>
 #include <optional>
 #include <string>
-#include <utility>
+
+#include <Cirrus/Export.h>
 
 namespace cirrus {
 
@@ -13,84 +13,30 @@ namespace cirrus {
 template <class Value, class Error>
 using Result = std::expected<Value, Error>;
 
-/// An error kind: a value that can say, for a log, what it is.
-template <class Kind>
-concept ErrorKind = requires(const Kind& kind) {
-    { kind.diagnosticText() } -> std::convertible_to<std::string>;
-};
-
-/// An error kind that also has a text for the user. nullopt: deliberately no text. Kinds without
-/// this function get the generic text.
-template <class Kind>
-concept DescribedErrorKind = ErrorKind<Kind> && requires(const Kind& kind) {
-    { kind.errorDescription() } -> std::same_as<std::optional<std::string>>;
-};
-
-/// Any error: one immutable value of whatever error kind it was made from. Copies share it.
-/// Safe to read from any thread.
-class AnyError {
+/// An error of a lower layer, of whatever kind: one immutable value. Copies share it. Safe to read
+/// from any thread.
+class CIRRUS_EXPORT AnyError {
 public:
-    /// Holds this value.
-    template <ErrorKind Kind>
-        requires(!std::same_as<Kind, AnyError>)
-    explicit AnyError(Kind kind) : held_(std::make_shared<Model<Kind>>(std::move(kind))) {}
+    /// The library's side of it.
+    class Held;
 
-    /// What the error is, for a log or a developer: its case name and payload.
-    [[nodiscard]] std::string diagnosticText() const { return held_->diagnosticText(); }
+    /// Only the library makes errors.
+    explicit AnyError(std::shared_ptr<const Held> held);
 
-    /// Whether the kind has a user-facing description of its own.
-    [[nodiscard]] bool isDescribed() const { return held_->isDescribed(); }
+    /// What the error is, for a log or a developer: the name of its case and what it carries.
+    [[nodiscard]] std::string diagnosticText() const;
 
-    /// The kind's user-facing description; absent when the kind has none or gives none.
-    [[nodiscard]] std::optional<std::string> errorDescription() const {
-        return held_->errorDescription();
-    }
+    /// The text for the user, UTF-8; absent if errors of this kind have none, or this one gives
+    /// none.
+    [[nodiscard]] std::optional<std::string> errorDescription() const;
 
-    /// The user-facing description of a described kind, which may be absent; `generic` for any
-    /// other kind.
-    [[nodiscard]] std::optional<std::string> errorDescriptionOr(std::string generic) const {
-        return isDescribed() ? errorDescription() : std::move(generic);
-    }
+    /// The text for the user, which may be absent, if errors of this kind have one; else `generic`.
+    [[nodiscard]] std::optional<std::string> errorDescriptionOr(std::string generic) const;
 
-    /// The held value when it is of this kind, else null. It lives as long as this error.
-    template <ErrorKind Kind>
-    [[nodiscard]] const Kind* as() const {
-        const auto* model = dynamic_cast<const Model<Kind>*>(held_.get());
-        return model != nullptr ? &model->kind : nullptr;
-    }
+    /// For the library.
+    [[nodiscard]] const Held& held() const { return *held_; }
 
 private:
-    class Held {
-    public:
-        Held() = default;
-        Held(const Held&) = delete;
-        Held& operator=(const Held&) = delete;
-        virtual ~Held() = default;
-        [[nodiscard]] virtual std::string diagnosticText() const = 0;
-        [[nodiscard]] virtual bool isDescribed() const = 0;
-        [[nodiscard]] virtual std::optional<std::string> errorDescription() const = 0;
-    };
-
-    template <class Kind>
-    class Model final : public Held {
-    public:
-        explicit Model(Kind value) : kind(std::move(value)) {}
-
-        [[nodiscard]] std::string diagnosticText() const override { return kind.diagnosticText(); }
-
-        [[nodiscard]] bool isDescribed() const override { return DescribedErrorKind<Kind>; }
-
-        [[nodiscard]] std::optional<std::string> errorDescription() const override {
-            if constexpr (DescribedErrorKind<Kind>) {
-                return kind.errorDescription();
-            } else {
-                return std::nullopt;
-            }
-        }
-
-        const Kind kind;
-    };
-
     std::shared_ptr<const Held> held_;
 };
 

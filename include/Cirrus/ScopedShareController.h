@@ -51,11 +51,11 @@ public:
 
     /// The job; null if there is none.
     ShareController* operator->() noexcept {
-        return controller_.has_value() ? &controller_.value() : nullptr;
+        return controller_.has_value() ? &*controller_ : nullptr;
     }
 
     const ShareController* operator->() const noexcept {
-        return controller_.has_value() ? &controller_.value() : nullptr;
+        return controller_.has_value() ? &*controller_ : nullptr;
     }
 
 private:

@@ -2,10 +2,18 @@
 
 #include <Cirrus/Export.h>
 
+// The version of the headers, for `#if`.
+// NOLINTBEGIN(modernize-macro-to-enum, cppcoreguidelines-macro-to-enum)
+#define CIRRUS_VERSION_MAJOR 1
+#define CIRRUS_VERSION_MINOR 0
+#define CIRRUS_VERSION_PATCH 0
+
+// NOLINTEND(modernize-macro-to-enum, cppcoreguidelines-macro-to-enum)
+
 namespace cirrus {
 
 /// The version of the library that runs, which need not be the one compiled against: "major.minor"
-/// as a number.
+/// as a number, which cannot tell 1.10 from 1.1. The text below can.
 CIRRUS_EXPORT extern const double CirrusVersionNumber;
 /// The same version as text, "major.minor.patch". Lives as long as the process.
 CIRRUS_EXPORT extern const char* const CirrusVersionString;

@@ -51,10 +51,17 @@ for compiler in "${compilers[@]}"; do
     "$folder/$compiler.make/sharing_test" --gtest_brief=1
 done
 
-echo "== another version is refused"
-mkdir "$folder/later"
-sed 's/find_package(Cirrus 1.0/find_package(Cirrus 2.0/' "$host/CMakeLists.txt" >"$folder/later/CMakeLists.txt"
-if cmake -S "$folder/later" -B "$folder/later/build" -DCMAKE_PREFIX_PATH="$prefix" >"$folder/out" 2>&1; then
-    exit 1
-fi
-tr -d '\n' <"$folder/out" | grep -q 'requested version "2.0"'
+# Usage: expect_refusal NAME SED-SCRIPT MESSAGE
+expect_refusal() {
+    mkdir "$folder/$1"
+    sed "$2" "$host/CMakeLists.txt" >"$folder/$1/CMakeLists.txt"
+    if cmake -S "$folder/$1" -B "$folder/$1/build" -DCMAKE_PREFIX_PATH="$prefix" >"$folder/out" 2>&1; then
+        exit 1
+    fi
+    tr -s ' \n' ' ' <"$folder/out" | grep -qF "$3"
+}
+
+echo "== another version is refused, and so is a component that is not there"
+expect_refusal later 's/find_package(Cirrus 1.0/find_package(Cirrus 2.0/' 'requested version "2.0"'
+expect_refusal unknown 's/COMPONENTS Emulator/COMPONENTS Emulater/' 'Cirrus has no component "Emulater"'
+expect_refusal missing 's/COMPONENTS Emulator/COMPONENTS Static/' 'installed without its component Static'

@@ -3,6 +3,7 @@
 #include <utility>
 
 #include "Cirrus/FileUploader.h"
+#include "Cirrus/platform/errors/ErrorKind.h"
 #include "Cirrus/webservice/ConnectionError.h"
 #include "tests/support/Host.h"
 #include "tests/support/Step.h"
@@ -51,8 +52,8 @@ TEST(FailureReason, FollowsFromTheTransport) {
     using enum TransportError::Reason;
     const auto reasonOf = [](TransportError::Reason reason) {
         return ShareController::Error::underlying(
-                   AnyError(WebserviceError::underlyingError(
-                       AnyError(ConnectionError{{.reason = reason, .code = 0, .text = ""}}))))
+                   anyError(WebserviceError::underlyingError(
+                       anyError(ConnectionError{{.reason = reason, .code = 0, .text = ""}}))))
             .reason();
     };
     EXPECT_EQ(reasonOf(noConnection), offline);
@@ -109,9 +110,8 @@ TEST(ScopedShareController, EndsItsJobWithoutAnotherCallback) {
 }
 
 template <class Controller>
-concept CanUpload = requires(Controller&& controller) {
-    std::forward<Controller>(controller).upload({}, {});
-};
+concept CanUpload =
+    requires(Controller&& controller) { std::forward<Controller>(controller).upload({}, {}); };
 static_assert(CanUpload<ShareController&> && !CanUpload<ShareController>);
 
 } // namespace

@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include "Cirrus/platform/errors/ErrorKind.h"
 #include "Cirrus/webservice/ConnectionError.h"
 
 namespace cirrus::tests {
@@ -55,7 +56,7 @@ TEST(Response, GivesAllHeadersOrNone) {
 TEST(Response, ErrorsHaveWordsForTheUserAndForTheLog) {
     constexpr auto unreadable = "Could not read the response from Google. Please try again.";
     const auto underlying = [](auto error) {
-        return WebserviceError::underlyingError(AnyError(std::move(error)));
+        return WebserviceError::underlyingError(anyError(std::move(error)));
     };
     const std::vector<std::tuple<WebserviceError, std::optional<std::string>, std::string>> rows{
         {WebserviceError::serviceError({403, "No."}), "No.", "serviceError(403: No.)"},

@@ -5,11 +5,16 @@
 #include <QCoreApplication>
 #include <QEvent>
 #include <QObject>
+#include <QString>
+#include <QUrl>
 
+#include <filesystem>
 #include <memory>
+#include <string>
 #include <utility>
 
 #include <Cirrus/MainQueue.h>
+#include <Cirrus/Url.h>
 
 namespace cirrus {
 
@@ -54,6 +59,28 @@ inline void useQtEventLoop() {
     MainQueue::setDispatcher([receiver](MainQueue::Task task) {
         QCoreApplication::postEvent(receiver.get(), new detail::QtTaskEvent(std::move(task)));
     });
+}
+
+/// A path as Qt's file dialogs give it.
+inline std::filesystem::path toPath(const QString& path) {
+    const QByteArray text = path.toUtf8();
+    return {std::u8string(text.begin(), text.end())};
+}
+
+/// The path of a local file, as drag and drop gives it; empty if the URL names something else.
+inline std::filesystem::path toPath(const QUrl& file) {
+    return toPath(file.toLocalFile());
+}
+
+/// The path of a failed file, say, to be shown.
+inline QString toQString(const std::filesystem::path& path) {
+    const std::u8string text = path.u8string();
+    return QString::fromUtf8(text.data(), static_cast<qsizetype>(text.size()));
+}
+
+/// The link of a share.
+inline QUrl toQUrl(const Url& url) {
+    return QUrl(QString::fromStdString(url.text()));
 }
 
 } // namespace cirrus
