@@ -80,7 +80,7 @@ inline QString toQString(const std::filesystem::path& path) {
 
 /// The link of a share.
 inline QUrl toQUrl(const Url& url) {
-    return QUrl(QString::fromStdString(url.text()));
+    return QUrl::fromEncoded(QByteArray::fromStdString(url.text()));
 }
 
 } // namespace cirrus
