@@ -37,6 +37,10 @@ for compiler in "${compilers[@]}"; do
             -include "$header" -x c++ /dev/null
     done < <(find "$prefix/include" -name '*.h')
 
+    echo "== $compiler: an older language is refused in words"
+    "$compiler" -std=c++20 -fsyntax-only "${paths[@]}" -include Cirrus/Cirrus.h -x c++ /dev/null 2>&1 |
+        grep -c 'Cirrus needs C++23' >/dev/null
+
     echo "== $compiler: find_package"
     cmake -S "$host" -B "$folder/$compiler" -DCMAKE_CXX_COMPILER="$compiler" \
         -DCMAKE_CXX_FLAGS="${warnings[*]}" -DCMAKE_NO_SYSTEM_FROM_IMPORTED=ON \

@@ -9,6 +9,9 @@
 
 namespace cirrus::tests {
 
+/// Whether the library was built without what only Linux has; some promises are weaker then.
+inline constexpr bool isPlainPosix = CIRRUS_PLAIN_POSIX;
+
 /// Longest wait for something that has to come. Only a failing test ever waits that long.
 inline constexpr std::chrono::seconds patience(30);
 

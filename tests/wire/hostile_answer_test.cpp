@@ -53,7 +53,9 @@ TEST_F(HostileAnswerTest, EndsWithAnErrorThatSaysWhy) {
         {{.raw = chunked + "0\r\n" + repeated(field, 400'000)}, "longer than 300 KiB"},
         {{.raw = repeated("HTTP/1.1 103 Early Hints\r\n" + field + "\r\n", 400'000)}, ""},
         {{.raw = ok + "X: " + std::string(200'000, 'x')}, ""},
-        {{.raw = chunked + "1;" + std::string(20'000'000, 'x')}, ""},
+        {{.raw = chunked + "1;" + std::string(isPlainPosix ? 20 : 20'000'000, 'x'),
+          .ending = isPlainPosix ? Ending::close : Ending::keepOpen},
+         ""},
         {{.raw = ok + "Location: https://elsewhere/\r\n", .ending = Ending::close}, "head"},
         {{.raw = ok + "Content-Length: 2\r\n\r\nx", .ending = Ending::close}, ""}};
     for (const auto& [answer, expected] : rows) {
@@ -75,6 +77,9 @@ TEST_F(HostileAnswerTest, NeverAnswersTheNextRequestToo) {
                       .pauseAfter = {head.size()}};
     });
     EXPECT_EQ(outcome(), "x");
+    if (isPlainPosix) {
+        GTEST_SKIP() << "Only the system can tell what was received before the request.";
+    }
     emulator_.setHook([](const auto&) { return Answer{.body = "good"}; });
     const auto next = outcome();
     EXPECT_TRUE(next == "good" || next == "The answer came before its request") << next;

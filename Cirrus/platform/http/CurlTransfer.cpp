@@ -83,7 +83,7 @@ bool CurlTransfer::mustEnd(Clock::time_point now) {
     // What was only handed to the kernel does not count as moved, so TCP is asked first.
     const auto traffic = connections_.traffic(*this).value_or(
         Traffic{.acknowledged = static_cast<std::uint64_t>(get<curl_off_t>(CURLINFO_SIZE_UPLOAD_T)),
-                .received = static_cast<std::uint64_t>(get<curl_off_t>(CURLINFO_SIZE_DOWNLOAD_T)),
+                .received = headSize_ + answer_.size(),
                 .read = 0});
     if (hasBegun_ && traffic.received > trafficBefore_.received + mostReceived) {
         abortReason_ = "The answer brings more than 16 MiB";

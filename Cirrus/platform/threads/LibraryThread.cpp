@@ -1,67 +1,64 @@
 #include "Cirrus/platform/threads/LibraryThread.h"
 
-#include <csignal>
-#include <ctime>
 #include <memory>
-#include <system_error>
 #include <utility>
+
+#include "Cirrus/platform/threads/SignalMask.h"
 
 namespace cirrus {
 
 namespace {
 
-thread_local bool isOurs = false;
+/// Says that a thread ends, by its own end.
+class End {
+public:
+    explicit End(std::promise<void> end) : end_(std::move(end)) {}
 
-timespec after(std::chrono::milliseconds time) {
-    const auto end = std::chrono::system_clock::now().time_since_epoch() + time;
-    const auto seconds = std::chrono::floor<std::chrono::seconds>(end);
-    return {.tv_sec = seconds.count(), .tv_nsec = std::chrono::nanoseconds(end - seconds).count()};
-}
+    End(const End&) = delete;
+    End& operator=(const End&) = delete;
 
-using Body = std::function<void()>;
+    ~End() { end_.set_value(); }
 
-void* run(void* parameter) {
-    const std::unique_ptr<Body> body(static_cast<Body*>(parameter));
-    isOurs = true;
-    (*body)();
-    return nullptr;
-}
+private:
+    std::promise<void> end_;
+};
+
+/// Null on the host's threads. Not `set_value_at_thread_exit`: libstdc++ does nothing of the kind
+/// any more once the process exits.
+thread_local std::unique_ptr<End> endOfThread;
 
 } // namespace
 
-LibraryThread::LibraryThread(Body body) {
-    auto parameter = std::make_unique<Body>(std::move(body));
+LibraryThread::LibraryThread(std::function<void()> body) {
+    std::promise<void> end;
+    ended_ = end.get_future();
+    auto run = [body = std::move(body), end = std::move(end)]() mutable {
+        endOfThread = std::make_unique<End>(std::move(end));
+        body();
+    };
     // A thread inherits the mask of its creator, so there is no moment in which it has another.
-    sigset_t all;
-    sigset_t before;
-    ::sigfillset(&all);
-    ::pthread_sigmask(SIG_SETMASK, &all, &before);
-    const int failure = ::pthread_create(&thread_, nullptr, run, parameter.get());
-    ::pthread_sigmask(SIG_SETMASK, &before, nullptr);
-    if (failure != 0) {
-        throw std::system_error(failure, std::generic_category());
-    }
-    // NOLINTNEXTLINE(bugprone-unused-return-value): the thread has it now
-    parameter.release();
+    withSignalsBlocked([&] { thread_ = std::thread(std::move(run)); });
 }
 
 LibraryThread::~LibraryThread() {
-    if (!isJoined_) {
-        ::pthread_detach(thread_);
+    if (thread_.joinable()) {
+        thread_.detach();
     }
 }
 
 bool LibraryThread::join(std::chrono::milliseconds bound) {
-    // A "done" flag would come too early: libcurl and OpenSSL free their thread-local data after
-    // the thread's function has returned.
-    const auto deadline = after(bound);
-    isJoined_ =
-        isJoined_ || (!isCurrent() && ::pthread_timedjoin_np(thread_, nullptr, &deadline) == 0);
-    return isJoined_;
+    if (!thread_.joinable()) {
+        return true;
+    }
+    if (isCurrent() || ended_.wait_for(bound) != std::future_status::ready) {
+        return false;
+    }
+    thread_.join(); // libcurl and OpenSSL free their thread-local data last
+    return true;
 }
 
 bool isLibraryThread() {
-    return isOurs;
+    return endOfThread != nullptr;
 }
 
 } // namespace cirrus

@@ -1,15 +1,16 @@
 #pragma once
 
-#include <pthread.h>
-
 #include <chrono>
 #include <functional>
+#include <future>
+#include <thread>
 
 namespace cirrus {
 
 /// A thread of the library, with every signal blocked, since signals belong to the host.
 class LibraryThread {
 public:
+    /// Throws `std::system_error` if the system refuses a thread.
     explicit LibraryThread(std::function<void()> body);
     LibraryThread(const LibraryThread&) = delete;
     LibraryThread& operator=(const LibraryThread&) = delete;
@@ -21,11 +22,11 @@ public:
     bool join(std::chrono::milliseconds bound);
 
     /// Whether it is the calling thread.
-    [[nodiscard]] bool isCurrent() const { return ::pthread_equal(thread_, ::pthread_self()) != 0; }
+    [[nodiscard]] bool isCurrent() const { return thread_.get_id() == std::this_thread::get_id(); }
 
 private:
-    pthread_t thread_{};
-    bool isJoined_ = false;
+    std::future<void> ended_;
+    std::thread thread_;
 };
 
 /// Whether the calling thread is a `LibraryThread`.

@@ -1,8 +1,5 @@
 #include <Cirrus/MainQueue.h>
 
-#include <sys/eventfd.h>
-#include <unistd.h>
-
 #include <condition_variable>
 #include <cstdint>
 #include <deque>
@@ -11,6 +8,7 @@
 #include <utility>
 
 #include "Cirrus/platform/threads/ProcessExit.h"
+#include "Cirrus/platform/threads/QueueDescriptor.h"
 
 namespace cirrus {
 
@@ -21,8 +19,8 @@ public:
     void post(MainQueue::Task task) {
         {
             const std::scoped_lock lock(mutex_);
-            if (tasks_.empty() && descriptor_ >= 0) {
-                ::eventfd_write(descriptor_, 1);
+            if (tasks_.empty()) {
+                descriptor_.setReadable();
             }
             tasks_.push_back(std::move(task));
             ++posted_;
@@ -60,10 +58,11 @@ public:
     /// Created on first use; hosts that never poll pay nothing.
     [[nodiscard]] int descriptor() {
         const std::scoped_lock lock(mutex_);
-        if (descriptor_ < 0) {
-            descriptor_ = ::eventfd(tasks_.empty() ? 0 : 1, EFD_CLOEXEC | EFD_NONBLOCK);
+        const int descriptor = descriptor_.open();
+        if (!tasks_.empty()) {
+            descriptor_.setReadable();
         }
-        return descriptor_;
+        return descriptor;
     }
 
 private:
@@ -71,9 +70,8 @@ private:
     MainQueue::Task takeFirst() {
         auto task = std::move(tasks_.front());
         tasks_.pop_front();
-        if (tasks_.empty() && descriptor_ >= 0) {
-            eventfd_t counter = 0;
-            ::eventfd_read(descriptor_, &counter);
+        if (tasks_.empty()) {
+            descriptor_.setUnreadable();
         }
         return task;
     }
@@ -83,7 +81,7 @@ private:
     std::deque<MainQueue::Task> tasks_;
     std::uint64_t posted_ = 0;
     bool isStopping_ = false;
-    int descriptor_ = -1; ///< readable while there are tasks
+    QueueDescriptor descriptor_; ///< readable while there are tasks
 };
 
 struct Shared {

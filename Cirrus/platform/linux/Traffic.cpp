@@ -1,14 +1,12 @@
-#include "Cirrus/platform/http/Sockets.h"
-
 // Not <netinet/tcp.h>, whose tcp_info lacks the byte counts.
 #include <linux/tcp.h>
 #include <netinet/in.h>
-#include <poll.h>
 #include <sys/ioctl.h>
 #include <sys/socket.h>
-#include <unistd.h>
 
 #include <cstddef>
+
+#include "Cirrus/platform/http/Sockets.h"
 
 namespace cirrus::sockets {
 
@@ -17,23 +15,6 @@ int open(int family, int type, int protocol) {
     const int limit = 128 * 1024;
     static_cast<void>(::setsockopt(socket, IPPROTO_TCP, TCP_NOTSENT_LOWAT, &limit, sizeof(limit)));
     return socket;
-}
-
-void close(int socket) {
-    ::close(socket);
-}
-
-int localPort(int socket) {
-    sockaddr_storage address{};
-    socklen_t length = sizeof(address);
-    ::getsockname(socket, reinterpret_cast<sockaddr*>(&address), &length);
-    // The port is at the same place in the addresses of both families.
-    return ntohs(reinterpret_cast<const sockaddr_in*>(&address)->sin_port);
-}
-
-bool hasInput(int socket) {
-    pollfd awaited{.fd = socket, .events = POLLIN, .revents = 0};
-    return ::poll(&awaited, 1, 0) != 0; // an error too is no good sign
 }
 
 std::optional<Traffic> traffic(int socket) {
