@@ -23,6 +23,15 @@ class ShareJob;
 /// Runs one share job: finds or creates the root folder, creates the destination folder in it,
 /// uploads the files one after another, shares the folder and fetches its link.
 ///
+/// @code
+/// cirrus::ShareController controller({{"a.txt", "b.txt"}, "Stashly", "Photos"}, token);
+/// controller.upload(
+///     [](const auto& progress) { show(progress->fractionCompleted()); },
+///     [](const auto& result) {
+///         result ? show(result->text()) : show(result.error().errorDescription());
+///     });
+/// @endcode
+///
 /// Destroying the object releases the job: the request in flight is not stopped, no further one is
 /// made, and no callback is called. But each call that waits on the main queue, for progress or the
 /// outcome, holds the job too: it is still made, and until then the job continues. To end a job

@@ -32,6 +32,7 @@ endfunction()
 
 add_programs_of(README.md)
 add_programs_of(docs/getting-started.md)
+add_programs_of(docs/when-drive-says-no.md)
 # This one needs neither an account nor a network.
 add_test(NAME first-program
     COMMAND page-getting-started-1 ${CMAKE_CURRENT_SOURCE_DIR}/CMakeLists.txt)
