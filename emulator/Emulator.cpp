@@ -49,8 +49,8 @@ public:
         });
     }
 
-    void handshakeDone() override {
-        state.record([](Snapshot& seen) { ++seen.tlsHandshakes; });
+    void protocolsOffered(std::string protocols) override {
+        state.record([&](Snapshot& seen) { seen.protocolsOffered = std::move(protocols); });
     }
 
     void connectionClosed() override {

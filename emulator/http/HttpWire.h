@@ -22,7 +22,7 @@ public:
     virtual ~ServerDelegate() = default;
 
     virtual void connectionAccepted() = 0;
-    virtual void handshakeDone() = 0;
+    virtual void protocolsOffered(std::string protocols) = 0;
     virtual void connectionClosed() = 0;
 
     /// Called before the body is read. An answer is sent without waiting for the body.

@@ -151,7 +151,6 @@ private:
         error_code error;
         stream_.handshake(asio::ssl::stream_base::server, error);
         if (!error) {
-            delegate.handshakeDone();
             serveRequests(*this, delegate);
         }
         closeSocket();
@@ -187,6 +186,16 @@ public:
         tls_.set_options(asio::ssl::context::no_tlsv1 | asio::ssl::context::no_tlsv1_1);
         tls_.use_certificate_chain(asio::buffer(identity.certificate));
         tls_.use_private_key(asio::buffer(identity.privateKey), asio::ssl::context::pem);
+        // Only to know of it: nothing is chosen, which means HTTP/1.1.
+        SSL_CTX_set_alpn_select_cb(
+            tls_.native_handle(),
+            [](SSL*, const unsigned char**, unsigned char*, const unsigned char* offered,
+               unsigned length, void* self) {
+                static_cast<ServerDelegate*>(self)->protocolsOffered(
+                    {reinterpret_cast<const char*>(offered), length});
+                return SSL_TLSEXT_ERR_NOACK;
+            },
+            &delegate_);
         accept();
         thread_ = std::thread([this] { accepting_.run(); });
     }

@@ -23,10 +23,17 @@ cleanup() {
 server=0
 trap cleanup EXIT
 ip link set lo up
-echo "127.0.0.1 www.googleapis.com" >"$folder/hosts"
+: >"$folder/hosts"
 mount --bind "$folder/hosts" /etc/hosts
 printf 'the-token\n' >"$folder/token"
 echo "some text" >"$folder/file.txt"
+
+if "$share" --token-file "$folder/token" "$folder/file.txt" 2>"$folder/error"; then
+    echo "FAILED: a host that nobody knows was found"
+    exit 1
+fi
+grep -q "Could not connect to Google" "$folder/error"
+echo "127.0.0.1 www.googleapis.com" >"$folder/hosts"
 
 exec 3< <(exec "$emulator" --port 443 --token the-token --ca-file "$folder/ca.pem")
 server=$!

@@ -80,7 +80,8 @@ void expectAtItsLine(LogLevel level, const LogPlace& place, const std::string& t
     std::string rest;
     std::getline(source, rest);
     EXPECT_TRUE(line.contains(calls.at(static_cast<std::size_t>(level)))) << place.file << line;
-    EXPECT_TRUE((line + name).contains("\"" + std::string(place.function) + "\"")) << line;
+    EXPECT_TRUE((line + name).contains(std::string("\"").append(place.function).append("\"")))
+        << line;
     EXPECT_TRUE((line + rest).contains(text.substr(0, 10))) << line << " wrote " << text;
 }
 

@@ -15,7 +15,7 @@ using emulator::Answer;
 using emulator::Request;
 using enum FailureReason;
 
-Answer refusal(int code) {
+Answer refusal(unsigned code) {
     const auto number = std::to_string(code);
     return {.status = code, .body = R"({"error":{"message":"No.","code":)" + number + "}}"};
 }

@@ -44,5 +44,19 @@ TEST(FileFault, InTheMiddleOfAJobConcernsThatFileAlone) {
     }
 }
 
+TEST(FileFault, OfTheLastFileIsToldOnTheMainQueue) {
+    Host host;
+    const auto controller = host.makeController({"/missing"});
+    const auto heard = Host::upload(*controller);
+    ASSERT_TRUE(
+        host.log().await("FileUploader failure uploadContent(of:to:completion:): Could not "
+                         "read contents of file missing, error: No such file or directory"));
+    Host::passCallbackThread();
+    const auto lines = host.log().lines().size();
+    EXPECT_TRUE(pumpUntil([&] { return !heard->results.empty(); }));
+    // Its step had not ended before the main queue ran.
+    EXPECT_GT(host.log().lines().size(), lines);
+}
+
 } // namespace
 } // namespace cirrus::tests

@@ -59,12 +59,19 @@ TEST(OddInput, NamesThatAreNotUtf8ArriveRepaired) {
     EXPECT_EQ(drive.pathOf(drive.files.back()), "R\uFFFD/D\uFFFD/caf\uFFFD.txt");
 }
 
-TEST(OddInput, FilesThatReportNoSizeAreReadToTheirEnd) {
+TEST(OddInput, FilesThatReportAnotherSizeAreReadToTheirEnd) {
     Host host;
-    std::ostringstream contents;
-    contents << std::ifstream("/proc/version").rdbuf();
-    EXPECT_TRUE(Host::uploadAndWait(*host.makeController({"/proc/version"}))->results.at(0));
-    EXPECT_EQ(host.uploadedFiles(), std::vector<std::string>{"version=" + contents.str()});
+    std::vector<std::string> expected;
+    // The first reports no size, the second a page for a few bytes.
+    const std::vector<std::filesystem::path> files{"/proc/version",
+                                                   "/sys/devices/system/cpu/possible"};
+    for (const auto& file : files) {
+        std::ostringstream contents;
+        contents << std::ifstream(file).rdbuf();
+        expected.push_back(file.filename().string() + "=" + contents.str());
+    }
+    EXPECT_TRUE(Host::uploadAndWait(*host.makeController(files))->results.at(0));
+    EXPECT_EQ(host.uploadedFiles(), expected);
 }
 
 TEST(OddInput, FilesUnderALeaseAreReadOnceItIsGivenBack) {

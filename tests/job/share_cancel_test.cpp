@@ -47,9 +47,10 @@ TEST(ShareCancel, FromInsideTheCompletionIsHarmless) {
     for (const bool destroys : {false, true}) {
         SCOPED_TRACE(destroys);
         Host host;
-        auto controller = host.makeController({});
+        auto controller = host.makeController({host.folder().write("file", "1")});
         int completions = 0;
-        controller->upload({}, [&](const auto&) {
+        const auto notLate = [&](const auto&) { EXPECT_EQ(completions, 0); };
+        controller->upload(notLate, [&](const auto&) {
             destroys ? controller.reset() : controller->cancel();
             // A message box would run the queue in here.
             MainQueue::drain();
@@ -59,6 +60,20 @@ TEST(ShareCancel, FromInsideTheCompletionIsHarmless) {
         Host::settle();
         EXPECT_EQ(completions, 1);
     }
+}
+
+TEST(ShareCancel, AnotherJobInItsPlaceReleasesTheFirst) {
+    Host host;
+    Gate gate;
+    host.drive().setHeadHook([&gate](const auto&) { return gate.pass(), std::nullopt; });
+    const auto controller = host.makeController({});
+    const auto heard = Host::upload(*controller);
+    ASSERT_TRUE(gate.awaitArrival());
+    *controller = std::move(*host.makeController({}));
+    EXPECT_EQ(heard.use_count(), 1);
+    gate.open();
+    Host::settle();
+    EXPECT_TRUE(heard->results.empty() && host.requests().size() == 1);
 }
 
 std::shared_ptr<FileUploader> makeUploader(Host& host) {

@@ -58,10 +58,13 @@ TEST(MainQueue, HandsTasksToAnInstalledDispatcher) {
     MainQueue::Task taken;
     std::string order;
     MainQueue::post([&] { order += "b"; });
-    MainQueue::setDispatcher([&](MainQueue::Task task) { taken = std::move(task); });
+    // Called and destroyed outside any lock, so each may use the queue.
+    std::shared_ptr<void> held(nullptr, [&](auto) { MainQueue::post([&] { order += "c"; }); });
+    MainQueue::setDispatcher([&, held = std::move(held)](MainQueue::Task task) {
+        taken = std::move(task);
+        MainQueue::setDispatcher({});
+    });
     MainQueue::post([&] { order += "a"; });
-    MainQueue::setDispatcher({});
-    MainQueue::post([&] { order += "c"; });
     taken();
     EXPECT_EQ(MainQueue::drain(), 2U);
     EXPECT_EQ(order, "abc");

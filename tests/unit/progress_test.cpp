@@ -59,14 +59,22 @@ TEST(Progress, WeighsChildrenAndOwnUnits) {
     child->setCompletedUnitCount(99);
     EXPECT_EQ(parent->fractionCompleted(), 1.0);
     EXPECT_EQ(other->fractionCompleted(), 0.0);
+    const auto small = Progress::create(100);
+    for (int count = 0; count < 2; ++count) {
+        const auto heavy = Progress::create(1);
+        small->addChild(heavy, 100);
+        heavy->finish();
+    }
+    EXPECT_EQ(small->fractionCompleted(), 1.0);
 }
 
 TEST(Progress, TellsObserversOnceForEachChangeUntilTheyEnd) {
     const auto progress = Progress::create(10);
     const Watch watch(progress);
     int ownCalls = 0;
+    const auto held = std::make_shared<int>();
     ProgressObservation own;
-    own = progress->observe([&](const Progress&) {
+    own = progress->observe([&, held](const Progress&) {
         ++ownCalls;
         own.invalidate();
     });
@@ -77,6 +85,7 @@ TEST(Progress, TellsObserversOnceForEachChangeUntilTheyEnd) {
     progress->finish();
     EXPECT_EQ(watch.count, 3);
     EXPECT_EQ(ownCalls, 1);
+    EXPECT_EQ(held.use_count(), 1);
 }
 
 TEST(Progress, EndsAtExactlyOneWhateverThreadsMove) {

@@ -1,11 +1,17 @@
 #include "Cirrus/platform/http/HttpSession.h"
 
+#include <fcntl.h>
 #include <gtest/gtest.h>
+#include <netinet/in.h>
+#include <netinet/tcp.h>
+#include <sys/socket.h>
 
 #include <csignal>
+#include <ctime>
 #include <functional>
 #include <thread>
 
+#include "Cirrus/platform/http/Sockets.h"
 #include "Cirrus/platform/http/TestServer.h"
 #include "Cirrus/platform/http/TransportError.h"
 #include "Cirrus/platform/threads/LibraryThread.h"
@@ -130,6 +136,7 @@ TEST_F(HttpSessionTest, SendsWhatIsAskedAndNothingMore) {
     perform(request(drive, {{"Content-Type", "a/b"}}));
     EXPECT_EQ(*emulator_.snapshot().requests.back().header("Content-Type"), "a/b");
     EXPECT_EQ(emulator_.snapshot().connectionsAccepted, 1U);
+    EXPECT_EQ(emulator_.snapshot().protocolsOffered, "\x08http/1.1");
 }
 
 TEST_F(HttpSessionTest, ReportsProgressUpToExactlyOne) {
@@ -155,7 +162,8 @@ TEST_F(HttpSessionTest, NamesTheReasonWhenThereIsNoAnswer) {
     auto other = emulator::Emulator::start().value();
     connectToTestServer(TestServer{emulator_.port(), other->certificateAuthority(), {}});
     EXPECT_EQ(attempt(), "untrustedCertificate");
-    connectToTestServer(TestServer{other->port(), emulator_.certificateAuthority(), {}});
+    connectToTestServer(TestServer{other->port(), other->certificateAuthority(), {}});
+    EXPECT_EQ(attempt(), "404"); // and keeps a connection, which the end of the server makes stale
     other.reset();
     EXPECT_EQ(attempt(), "noConnection");
     EXPECT_TRUE(emulator_.snapshot().requests.empty());
@@ -183,6 +191,29 @@ TEST_F(HttpSessionTest, CompletesOnOneThreadOfItsOwnWithAllSignalsBlocked) {
     const auto first = threadOfCompletion(drive);
     EXPECT_TRUE(first.has_value() && first != std::this_thread::get_id());
     EXPECT_EQ(first, threadOfCompletion("http://refused"));
+    sigset_t ours;
+    ::pthread_sigmask(SIG_SETMASK, nullptr, &ours);
+    EXPECT_EQ(::sigismember(&ours, SIGTERM), 0);
+}
+
+TEST_F(HttpSessionTest, TakesNoTimeOfTheProcessorWhileItWaits) {
+    constexpr std::chrono::milliseconds delay(500);
+    answerWith({.body = "", .delay = delay});
+    perform(request()); // and connects
+    const std::clock_t before = std::clock();
+    perform(request());
+    EXPECT_LT(std::clock() - before, CLOCKS_PER_SEC / 4);
+}
+
+TEST(Sockets, AreNotInheritedAndKeepLittleUnsentData) {
+    const int socket = sockets::open(AF_INET, SOCK_STREAM, 0);
+    EXPECT_EQ(::fcntl(socket, F_GETFD), FD_CLOEXEC);
+    int limit = 0;
+    socklen_t length = sizeof(limit);
+    isPlainPosix ? ::getsockopt(socket, SOL_SOCKET, SO_SNDBUF, &limit, &length)
+                 : ::getsockopt(socket, IPPROTO_TCP, TCP_NOTSENT_LOWAT, &limit, &length);
+    EXPECT_TRUE(limit > 0 && limit <= 256 * 1024) << limit;
+    sockets::close(socket);
 }
 
 TEST_F(HttpSessionTest, SendsOnWhileACompletionRuns) {
