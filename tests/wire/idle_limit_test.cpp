@@ -77,10 +77,12 @@ protected:
         HttpSession::shared().waitUntilIdle();
         for (const auto& [phase, port, size, lastMoved] : rows) {
             EXPECT_EQ(ends_[phase].first, "timedOut") << phase;
-            // libcurl alone does not tell of every byte.
-            const auto seen = isPlainPosix ? milliseconds(0) : lastMoved;
-            EXPECT_GE(ends_[phase].second, limit + seen) << phase;
-            EXPECT_LT(ends_[phase].second, limit + lastMoved + slack) << phase;
+            // libcurl alone does not tell of every byte, and of some only once the system, which
+            // asks the peer now and then, has room for more.
+            const auto earliest = limit + (isPlainPosix ? milliseconds(0) : lastMoved);
+            const auto latest = limit + lastMoved + slack * (isPlainPosix ? 3 : 1);
+            EXPECT_GE(ends_[phase].second, earliest) << phase;
+            EXPECT_LT(ends_[phase].second, latest) << phase;
         }
         ::close(deaf);
         ::close(filler);
