@@ -36,10 +36,11 @@ private:
 
 class Emulator::Running final : public ServerDelegate {
 public:
-    Running(ContentPolicy contents, std::string accessToken, std::string authority)
+    Running(const Options& options, std::string accessToken, std::string authority)
         : token(std::move(accessToken)),
           certificateAuthority(std::move(authority)),
-          contents_(contents),
+          contents_(options.contents),
+          rate_(options.rate),
           api_(state, token) {}
 
     void connectionAccepted() override {
@@ -63,8 +64,9 @@ public:
         return isContentUpload(head) ? contents_ : ContentPolicy::keep;
     }
 
-    void bodyBytesRead(std::uint64_t size) override {
+    std::chrono::milliseconds bodyBytesRead(std::uint64_t size) override {
         state.record([&](Snapshot& seen) { seen.bodyBytesReceived += size; });
+        return std::chrono::milliseconds(rate_ > 0 ? 1000 * size / rate_ : 0);
     }
 
     std::size_t requestRead(const Request& request) override {
@@ -93,6 +95,7 @@ public:
 
 private:
     ContentPolicy contents_;
+    std::uint64_t rate_;
     DriveApi api_;
 
 public:
@@ -107,9 +110,8 @@ std::expected<std::unique_ptr<Emulator>, EmulatorError> Emulator::start(Options 
         return std::unexpected(identity.error());
     }
     std::string token = options.accessToken ? std::move(*options.accessToken) : randomIdentifier();
-    auto running =
-        std::make_unique<Running>(options.contents, std::move(token), identity->authority);
-    auto server = HttpsServer::start(options.port, *identity, *running);
+    auto running = std::make_unique<Running>(options, std::move(token), identity->authority);
+    auto server = HttpsServer::start(options.port, options.rate > 0, *identity, *running);
     if (!server) {
         return std::unexpected(server.error());
     }

@@ -32,6 +32,9 @@ void describe(CLI::App& app, Arguments& arguments) {
                    "Where to write the certificate to trust (default: a temporary file)");
     app.add_option("--certificate-host", arguments.options.certificateHosts,
                    "Further host names for the certificate");
+    app.add_option("--rate", arguments.options.rate,
+                   "Bytes to read in a second, such as 2M (default: no limit)")
+        ->transform(CLI::AsSizeValue(true));
     app.add_flag("--discard", arguments.discard, "Keep of uploaded contents only their size");
     app.add_flag("--list", arguments.list, "List at the end what was uploaded");
     app.add_flag("--requests", arguments.requests, "List at the end what was asked");

@@ -70,7 +70,9 @@ private:
             }
             wanted -= chunk->size();
             reader.append(*chunk);
-            delegate_.bodyBytesRead(chunk->size());
+            if (!wire_.waitOut(delegate_.bodyBytesRead(chunk->size()))) {
+                return false;
+            }
         }
         return true;
     }

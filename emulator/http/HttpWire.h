@@ -29,7 +29,8 @@ public:
     virtual std::optional<Answer> answerToHead(const Request& head) = 0;
     /// What to keep of the body that follows.
     virtual ContentPolicy bodyPolicy(const Request& head) = 0;
-    virtual void bodyBytesRead(std::uint64_t size) = 0;
+    /// Returns how long to wait before more is read.
+    virtual std::chrono::milliseconds bodyBytesRead(std::uint64_t size) = 0;
     /// The request was read, as far as the connection lasted. Returns its index, for `answering`.
     virtual std::size_t requestRead(const Request& request) = 0;
     virtual Answer answer(const Request& request) = 0;

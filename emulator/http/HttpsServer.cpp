@@ -180,9 +180,14 @@ private:
 class HttpsServer::Listener {
 public:
     /// Throws `boost::system::system_error`.
-    Listener(std::uint16_t port, const ServerIdentity& identity, ServerDelegate& delegate)
+    Listener(std::uint16_t port, bool readsSlowly, const ServerIdentity& identity,
+             ServerDelegate& delegate)
         : acceptor_(accepting_, Tcp::endpoint(asio::ip::address_v4::loopback(), port)),
           delegate_(delegate) {
+        if (readsSlowly) { // connections inherit it
+            constexpr int smallBuffer = 32 * 1024;
+            acceptor_.set_option(asio::socket_base::receive_buffer_size(smallBuffer));
+        }
         tls_.set_options(asio::ssl::context::no_tlsv1 | asio::ssl::context::no_tlsv1_1);
         tls_.use_certificate_chain(asio::buffer(identity.certificate));
         tls_.use_private_key(asio::buffer(identity.privateKey), asio::ssl::context::pem);
@@ -249,9 +254,10 @@ HttpsServer::HttpsServer(std::unique_ptr<Listener> listener) : listener_(std::mo
 HttpsServer::~HttpsServer() = default;
 
 std::expected<std::unique_ptr<HttpsServer>, EmulatorError>
-HttpsServer::start(std::uint16_t port, const ServerIdentity& identity, ServerDelegate& delegate) {
+HttpsServer::start(std::uint16_t port, bool readsSlowly, const ServerIdentity& identity,
+                   ServerDelegate& delegate) {
     try {
-        auto listener = std::make_unique<Listener>(port, identity, delegate);
+        auto listener = std::make_unique<Listener>(port, readsSlowly, identity, delegate);
         return std::unique_ptr<HttpsServer>(new HttpsServer(std::move(listener)));
     } catch (const boost::system::system_error& error) {
         return std::unexpected(EmulatorError{"cannot serve: " + error.code().message()});

@@ -14,9 +14,11 @@ namespace cirrus::emulator {
 /// There is no idle timeout: connections stay open until the client closes them.
 class HttpsServer {
 public:
-    /// Listens on this port, or on a free one if it is 0. The delegate has to outlive the server.
+    /// Listens on this port, or on a free one if it is 0. A server that reads slowly lets the
+    /// system take little in advance. The delegate has to outlive the server.
     [[nodiscard]] static std::expected<std::unique_ptr<HttpsServer>, EmulatorError>
-    start(std::uint16_t port, const ServerIdentity& identity, ServerDelegate& delegate);
+    start(std::uint16_t port, bool readsSlowly, const ServerIdentity& identity,
+          ServerDelegate& delegate);
 
     /// Closes all connections and waits for their threads, and so for calls to the delegate that
     /// still run.

@@ -5,6 +5,7 @@
 #include <QApplication>
 #include <QCommandLineParser>
 
+#include <algorithm>
 #include <iostream>
 #include <memory>
 
@@ -17,6 +18,7 @@ using cirrus::emulator::LocalDrive;
 
 struct Arguments {
     bool useEmulator = false;
+    quint64 rate = 0; ///< of the emulator, in bytes a second; 0 for no limit
     QStringList files;
 };
 
@@ -27,9 +29,14 @@ Arguments readArguments(const QApplication& application) {
     parser.addHelpOption();
     const QCommandLineOption emulator("emulator", "A local Drive, gone at the end.");
     parser.addOption(emulator);
+    const QCommandLineOption rate("rate", "Megabytes that the local Drive reads in a second.",
+                                  "MB");
+    parser.addOption(rate);
     parser.addPositionalArgument("files", "What to share.", "[files...]");
     parser.process(application);
-    return {.useEmulator = parser.isSet(emulator), .files = parser.positionalArguments()};
+    return {.useEmulator = parser.isSet(emulator),
+            .rate = static_cast<quint64>(1e6 * std::max(0.0, parser.value(rate).toDouble())),
+            .files = parser.positionalArguments()};
 }
 
 } // namespace
@@ -44,7 +51,8 @@ int main(int count, char** values) {
     std::optional<std::string> token;
     if (arguments.useEmulator) {
         auto started =
-            LocalDrive::start({.emulator = {.contents = cirrus::emulator::ContentPolicy::digest}});
+            LocalDrive::start({.emulator = {.contents = cirrus::emulator::ContentPolicy::digest,
+                                            .rate = arguments.rate}});
         if (!started) {
             std::cerr << "cirrus-desktop: " << started.error().reason << '\n';
             return 1;

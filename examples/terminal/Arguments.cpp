@@ -106,6 +106,10 @@ std::expected<Arguments, int> readArguments(int count, char** values) {
     auto* emulator =
         service->add_flag("--emulator", arguments.useEmulator, "A local Drive, gone at the end");
     service->require_option(1);
+    app.add_option("--rate", arguments.rate, "Bytes that the local Drive reads in a second, as 2M")
+        ->type_name("SIZE")
+        ->transform(CLI::AsSizeValue(true))
+        ->needs(emulator);
     app.add_option("--contents", arguments.contents, "List what the local Drive holds at the end")
         ->type_name("FILE")
         ->needs(emulator);

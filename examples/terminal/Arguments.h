@@ -1,6 +1,7 @@
 #pragma once
 
 #include <chrono>
+#include <cstdint>
 #include <expected>
 #include <filesystem>
 #include <optional>
@@ -18,6 +19,8 @@ struct Arguments {
     /// Empty with the emulator, which has a token of its own.
     std::string token;
     bool useEmulator = false;
+    /// Bytes that the emulator reads in a second; 0 for no limit.
+    std::uint64_t rate = 0;
     /// Where to list what the emulator holds at the end; empty for nowhere.
     std::filesystem::path contents;
     std::vector<std::filesystem::path> files;

@@ -22,7 +22,8 @@ enum ExitStatus { shared = 0, failed = 1, cancelled = 130 };
 
 std::unique_ptr<LocalDrive> startEmulator(Arguments& arguments) {
     auto drive =
-        LocalDrive::start({.emulator = {.contents = cirrus::emulator::ContentPolicy::digest}});
+        LocalDrive::start({.emulator = {.contents = cirrus::emulator::ContentPolicy::digest,
+                                        .rate = arguments.rate}});
     if (!drive) {
         std::cerr << "cirrus-share: " << drive.error().reason << '\n';
         return nullptr;

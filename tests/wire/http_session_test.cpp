@@ -205,6 +205,13 @@ TEST_F(HttpSessionTest, TakesNoTimeOfTheProcessorWhileItWaits) {
     EXPECT_LT(std::clock() - before, CLOCKS_PER_SEC / 4);
 }
 
+TEST(Emulator, ReadsNoFasterThanItsRate) {
+    const auto slow = emulator::LocalDrive::start({.emulator = {.rate = 1'000'000}}).value();
+    const auto began = std::chrono::steady_clock::now();
+    perform(request(drive, {}, std::string(300'000, 'x')));
+    EXPECT_GE(std::chrono::steady_clock::now() - began, std::chrono::milliseconds(200));
+}
+
 TEST(Sockets, AreNotInheritedAndKeepLittleUnsentData) {
     const int socket = sockets::open(AF_INET, SOCK_STREAM, 0);
     EXPECT_EQ(::fcntl(socket, F_GETFD), FD_CLOEXEC);

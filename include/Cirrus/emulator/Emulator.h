@@ -24,6 +24,8 @@ struct Options {
     ContentPolicy contents = ContentPolicy::keep;          ///< of uploaded files
     /// DNS names of the certificate, in addition to `www.googleapis.com` and `localhost`.
     std::vector<std::string> certificateHosts = {};
+    /// How many bytes of a request's body each connection reads in a second; 0 for no limit.
+    std::uint64_t rate = 0;
 };
 
 /// Answers a request in place of Drive; nullopt leaves the request to Drive.
