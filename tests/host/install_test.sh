@@ -38,8 +38,11 @@ for compiler in "${compilers[@]}"; do
     done < <(find "$prefix/include" -name '*.h')
 
     echo "== $compiler: an older language is refused in words"
-    "$compiler" -std=c++20 -fsyntax-only "${paths[@]}" -include Cirrus/Cirrus.h -x c++ /dev/null 2>&1 |
-        grep -c 'Cirrus needs C++23' >/dev/null
+    if "$compiler" -std=c++20 -fsyntax-only "${paths[@]}" -include Cirrus/Cirrus.h -x c++ /dev/null \
+        2>"$folder/refusal"; then
+        exit 1
+    fi
+    grep -q 'Cirrus needs C++23' "$folder/refusal"
 
     echo "== $compiler: find_package"
     cmake -S "$host" -B "$folder/$compiler" -DCMAKE_CXX_COMPILER="$compiler" \
