@@ -8,10 +8,10 @@ target_include_directories(cirrus_build_options INTERFACE ${PROJECT_SOURCE_DIR} 
 if(CIRRUS_SANITIZERS)
     add_compile_options(-fsanitize=${CIRRUS_SANITIZERS} -fno-sanitize-recover=all -fno-omit-frame-pointer)
     add_link_options(-fsanitize=${CIRRUS_SANITIZERS})
-elseif(PROJECT_IS_TOP_LEVEL)
+elseif(PROJECT_IS_TOP_LEVEL AND UNIX)
     # Debian's default hardening; a host that builds Cirrus within its own project has its own.
     add_compile_options(-fstack-protector-strong "$<$<CONFIG:Release>:-U_FORTIFY_SOURCE;-D_FORTIFY_SOURCE=2>")
-    if(UNIX AND NOT APPLE)
+    if(NOT APPLE)
         add_link_options(LINKER:-z,relro,-z,now)
     endif()
     include(CheckPIESupported)

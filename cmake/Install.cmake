@@ -6,6 +6,8 @@ set(cirrus_config_folder ${CMAKE_INSTALL_LIBDIR}/cmake/Cirrus)
 
 install(TARGETS Cirrus EXPORT CirrusTargets
     LIBRARY COMPONENT runtime NAMELINK_COMPONENT development
+    RUNTIME COMPONENT runtime
+    ARCHIVE COMPONENT development
     FILE_SET HEADERS COMPONENT development)
 install(EXPORT CirrusTargets NAMESPACE Cirrus::
     DESTINATION ${cirrus_config_folder} COMPONENT development)

@@ -6,10 +6,14 @@
 #include <algorithm>
 #include <ctime>
 #include <fstream>
+#include <iomanip>
 #include <iostream>
-#include <span>
+#include <iterator>
+#include <sstream>
 #include <utility>
 
+#include "Console.h"
+#include "LocalService.h"
 #include "Terminal.h"
 
 namespace {
@@ -24,7 +28,7 @@ std::optional<std::chrono::system_clock::time_point> parseDate(const std::string
                                        {"0000-00-00T00:00", "%Y-%m-%dT%H:%M"},
                                        {"0000-00-00T00:00:00", "%Y-%m-%dT%H:%M:%S"}}) {
         std::tm local{};
-        if (shape != form || ::strptime(text.c_str(), format, &local) == nullptr) {
+        if (shape != form || !(std::istringstream(text) >> std::get_time(&local, format))) {
             continue;
         }
         if (shape.size() == std::string_view("0000-00-00").size()) {
@@ -47,9 +51,7 @@ std::string checkDate(const std::string& text) {
 }
 
 std::string checkFile(const std::string& name) {
-    std::error_code failure;
-    const bool isFile = std::filesystem::is_regular_file(name, failure);
-    return isFile && std::ifstream(name) ? "" : "not a file that can be read: " + visible(name);
+    return isReadableFile(toPath(name)) ? "" : "not a file that can be read: " + visible(name);
 }
 
 /// The token in a file; the line break that editors put at its end is not part of it. Empty if the
@@ -66,9 +68,9 @@ std::string readToken(const std::filesystem::path& path) {
 
 /// The arguments, last one first as the parser takes them, with "--name=" as two, since the parser
 /// would take the argument behind it for the value.
-std::vector<std::string> reversedArguments(int count, char** values) {
+std::vector<std::string> reversedArguments(const std::vector<std::string>& values) {
     std::vector<std::string> arguments;
-    for (const std::string value : std::span(values, static_cast<std::size_t>(count)).subspan(1)) {
+    for (const auto& value : values) {
         const bool hasEmptyValue = value.starts_with("--") && value.find('=') + 1 == value.size();
         arguments.push_back(hasEmptyValue ? value.substr(0, value.size() - 1) : value);
         if (hasEmptyValue) {
@@ -79,12 +81,26 @@ std::vector<std::string> reversedArguments(int count, char** values) {
     return arguments;
 }
 
+void addLocalService(CLI::App& app, CLI::App& service, Arguments& arguments, std::string& list) {
+    auto* emulator =
+        service.add_flag("--emulator", arguments.useEmulator, "A local Drive, gone at the end");
+    app.add_option("--rate", arguments.rate, "Bytes that the local Drive reads in a second, as 2M")
+        ->type_name("SIZE")
+        ->transform(CLI::AsSizeValue(true))
+        ->needs(emulator);
+    app.add_option("--contents", list, "List what the local Drive holds at the end")
+        ->type_name("FILE")
+        ->needs(emulator);
+}
+
 } // namespace
 
 std::expected<Arguments, int> readArguments(int count, char** values) {
     Arguments arguments;
     std::string date;
     std::string tokenFile;
+    std::string list;
+    std::vector<std::string> files;
 
     CLI::App app("Shares files through Google Drive and prints the link.", "cirrus-share");
     app.set_version_flag("--version", "cirrus-share " + std::string(cirrus::CirrusVersionString));
@@ -103,31 +119,27 @@ std::expected<Arguments, int> readArguments(int count, char** values) {
     auto* service = app.add_option_group("service", "Where to share");
     service->add_option("--token-file", tokenFile, "File with an OAuth access token")
         ->type_name("FILE");
-    auto* emulator =
-        service->add_flag("--emulator", arguments.useEmulator, "A local Drive, gone at the end");
+    if (LocalService::isOffered()) {
+        addLocalService(app, *service, arguments, list);
+    }
     service->require_option(1);
-    app.add_option("--rate", arguments.rate, "Bytes that the local Drive reads in a second, as 2M")
-        ->type_name("SIZE")
-        ->transform(CLI::AsSizeValue(true))
-        ->needs(emulator);
-    app.add_option("--contents", arguments.contents, "List what the local Drive holds at the end")
-        ->type_name("FILE")
-        ->needs(emulator);
-    app.add_option("files", arguments.files, "What to share")
+    app.add_option("files", files, "What to share")
         ->type_name("FILE")
         ->required()
         ->check(checkFile);
     try {
-        app.parse(reversedArguments(count, values));
+        app.parse(reversedArguments(utf8Arguments(count, values)));
     } catch (const CLI::ParseError& error) {
         return std::unexpected(app.exit(error) == 0 ? 0 : usageStatus);
     }
 
+    arguments.contents = toPath(list);
+    std::ranges::transform(files, std::back_inserter(arguments.files), toPath);
     if (!date.empty()) {
         arguments.expiration = parseDate(date);
     }
     if (!arguments.useEmulator) {
-        arguments.token = readToken(tokenFile);
+        arguments.token = readToken(toPath(tokenFile));
         if (arguments.token.empty()) {
             std::cerr << "cirrus-share: there is no token in " + visible(tokenFile) + "\n";
             return std::unexpected(usageStatus);

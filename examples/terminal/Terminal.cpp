@@ -1,28 +1,17 @@
 #include "Terminal.h"
 
-#include <poll.h>
-#include <sys/ioctl.h>
-#include <sys/signalfd.h>
-#include <unistd.h>
-
 #include <algorithm>
 #include <array>
 #include <chrono>
-#include <csignal>
-#include <cstdio>
 #include <ctime>
+#include <iomanip>
 #include <iostream>
+#include <sstream>
+#include <thread>
+
+#include "Console.h"
 
 namespace {
-
-/// The columns of the terminal behind standard error; 0 if there is none.
-std::size_t columns() {
-    winsize size{};
-    if (::isatty(STDERR_FILENO) != 1) {
-        return 0;
-    }
-    return ::ioctl(STDERR_FILENO, TIOCGWINSZ, &size) == 0 && size.ws_col > 0 ? size.ws_col : 80;
-}
 
 /// How many bytes the UTF-8 sequence at the front has; 0 if there is none.
 std::size_t sequenceLength(std::string_view text) {
@@ -47,20 +36,18 @@ bool isControl(std::string_view sequence) {
     return lead < 0x20 || lead == 0x7F || isSecondSet;
 }
 
-/// The local time of day, to the millisecond.
-std::string timeOfDay() {
+/// The local time of day, to the millisecond, and the thread.
+std::string timeAndThread() {
     const auto now = std::chrono::system_clock::now();
     const auto seconds = std::chrono::floor<std::chrono::seconds>(now);
     const auto milliseconds =
         std::chrono::duration_cast<std::chrono::milliseconds>(now - seconds).count();
     const std::time_t time = std::chrono::system_clock::to_time_t(seconds);
-    std::tm local{};
-    (void)::localtime_r(&time, &local);
-    std::array<char, 32> text{};
-    const auto length = std::strftime(text.data(), text.size(), "%H:%M:%S", &local);
-    auto fraction = std::to_string(1000 + milliseconds);
-    fraction.front() = '.';
-    return std::string(text.data(), length) + fraction;
+    const auto local = localTime(time);
+    std::ostringstream text;
+    text << std::put_time(&local, "%H:%M:%S") << '.' << std::setfill('0') << std::setw(3)
+         << milliseconds << ' ' << std::this_thread::get_id();
+    return text.str();
 }
 
 } // namespace
@@ -132,38 +119,7 @@ std::shared_ptr<cirrus::LogSink> makeLog(Terminal& terminal) {
     return cirrus::makeLogSink([&terminal](cirrus::LogLevel level, const cirrus::LogPlace& place,
                                            const std::string& text) {
         constexpr std::array levels{" detail ", " notice ", " failure "};
-        terminal.writeLine(timeOfDay() + " " + std::to_string(::gettid()) +
-                           levels.at(static_cast<std::size_t>(level)) +
+        terminal.writeLine(timeAndThread() + levels.at(static_cast<std::size_t>(level)) +
                            std::string(place.function) + (text.empty() ? "" : ": ") + text);
     });
-}
-
-Interrupt::Interrupt() {
-    sigset_t signals;
-    ::sigemptyset(&signals);
-    for (const int signal : {SIGINT, SIGTERM}) {
-        struct sigaction action{};
-        if (::sigaction(signal, nullptr, &action) == 0 && action.sa_handler != SIG_IGN) {
-            ::sigaddset(&signals, signal);
-        }
-    }
-    ::pthread_sigmask(SIG_BLOCK, &signals, nullptr);
-    descriptor_ = ::signalfd(-1, &signals, SFD_CLOEXEC);
-}
-
-Interrupt::~Interrupt() {
-    ::close(descriptor_);
-}
-
-bool Interrupt::runMainQueue() {
-    std::array<pollfd, 2> awaited{{
-        {.fd = cirrus::MainQueue::descriptor(), .events = POLLIN, .revents = 0},
-        {.fd = descriptor_, .events = POLLIN, .revents = 0},
-    }};
-    ::poll(awaited.data(), awaited.size(), -1);
-    if (awaited[1].revents != 0) {
-        return false;
-    }
-    cirrus::MainQueue::drain();
-    return true;
 }

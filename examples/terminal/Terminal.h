@@ -31,19 +31,3 @@ std::string visible(std::string_view text);
 
 /// Every line of the library's account, with time and thread.
 std::shared_ptr<cirrus::LogSink> makeLog(Terminal& terminal);
-
-/// Ctrl-C as something to poll for, unless the parent had it ignored. Made before any thread is,
-/// so that all of them leave the signal to it.
-class Interrupt {
-public:
-    Interrupt();
-    Interrupt(const Interrupt&) = delete;
-    Interrupt& operator=(const Interrupt&) = delete;
-    ~Interrupt();
-
-    /// Waits for tasks on the main queue and runs them; false when interrupted instead.
-    bool runMainQueue();
-
-private:
-    int descriptor_;
-};

@@ -44,7 +44,7 @@ public:
 
     /// A file descriptor that is readable (`poll`, `epoll`) while tasks wait in the built-in
     /// queue. Only to be polled; it stays open for the life of the process.
-    /// Negative if the system has none left; the next call tries again.
+    /// Negative if the system has none left (the next call tries again), and always on Windows.
     [[nodiscard]] static int descriptor() noexcept;
 
     /// Makes `run` return after the task it is in, or the next `run` at once if none is running.

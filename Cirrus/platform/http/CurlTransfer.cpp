@@ -272,12 +272,12 @@ curl_socket_t CurlTransfer::openSocket(void* self, curlsocktype, curl_sockaddr* 
     if (transfer.mustNotSendAgain()) {
         return CURL_SOCKET_BAD;
     }
-    return transfer.connections_.open(address->family, address->socktype, address->protocol,
-                                      transfer);
+    return static_cast<curl_socket_t>(transfer.connections_.open(address->family, address->socktype,
+                                                                 address->protocol, transfer));
 }
 
 int CurlTransfer::closeSocket(void* connections, curl_socket_t socket) noexcept {
-    static_cast<ConnectionTable*>(connections)->close(socket);
+    static_cast<ConnectionTable*>(connections)->close(static_cast<int>(socket));
     return 0;
 }
 

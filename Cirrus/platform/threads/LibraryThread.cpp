@@ -12,15 +12,15 @@ namespace {
 /// Says that a thread ends, by its own end.
 class End {
 public:
-    explicit End(std::promise<void> end) : end_(std::move(end)) {}
+    explicit End(std::shared_ptr<std::promise<void>> end) : end_(std::move(end)) {}
 
     End(const End&) = delete;
     End& operator=(const End&) = delete;
 
-    ~End() { end_.set_value(); }
+    ~End() { end_->set_value(); }
 
 private:
-    std::promise<void> end_;
+    const std::shared_ptr<std::promise<void>> end_;
 };
 
 /// Null on the host's threads. Not `set_value_at_thread_exit`: libstdc++ does nothing of the kind
@@ -30,10 +30,10 @@ thread_local std::unique_ptr<End> endOfThread;
 } // namespace
 
 LibraryThread::LibraryThread(std::function<void()> body) {
-    std::promise<void> end;
-    ended_ = end.get_future();
-    auto run = [body = std::move(body), end = std::move(end)]() mutable {
-        endOfThread = std::make_unique<End>(std::move(end));
+    auto end = std::make_shared<std::promise<void>>();
+    ended_ = end->get_future();
+    auto run = [body = std::move(body), end = std::move(end)] {
+        endOfThread = std::make_unique<End>(end);
         body();
     };
     // A thread inherits the mask of its creator, so there is no moment in which it has another.

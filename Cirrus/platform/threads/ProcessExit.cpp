@@ -1,27 +1,27 @@
 #include "Cirrus/platform/threads/ProcessExit.h"
 
-#include <unistd.h>
-
 #include <atomic>
 #include <cstdlib>
 
 #include "Cirrus/platform/threads/LibraryThread.h"
+#include "Cirrus/platform/threads/Process.h"
 
 namespace cirrus {
 
 namespace {
 
 std::atomic<bool> isExiting = false;
-std::atomic<pid_t> process = 0;
+std::atomic<std::uint64_t> process = 0;
 std::atomic<void (*)()> exitHandler = nullptr;
 
 } // namespace
 
 void atProcessExit(void (*handler)()) {
-    process = ::getpid();
+    process = currentProcess();
     exitHandler = handler;
+    keepLibraryLoaded();
     static_cast<void>(std::atexit([] {
-        if (process == ::getpid()) {
+        if (process == currentProcess()) {
             isExiting = true;
             exitHandler.load()();
         }

@@ -1,0 +1,14 @@
+#pragma once
+
+#include <cstdint>
+
+namespace cirrus {
+
+/// The number of this process; 0 once the system has ended all threads but the calling one.
+[[nodiscard]] std::uint64_t currentProcess();
+
+/// Keeps the library in memory until the process ends, where no linker's flag does: its threads may
+/// still run when a plug-in host unloads it.
+void keepLibraryLoaded();
+
+} // namespace cirrus

@@ -1,0 +1,138 @@
+#include <gtest/gtest.h>
+
+#include <cerrno>
+#include <chrono>
+#include <fstream>
+#include <sstream>
+#include <thread>
+
+#include "Cirrus/platform/files/FileContents.h"
+#include "Cirrus/platform/formats/LocalTime.h"
+#include "Cirrus/platform/threads/LibraryThread.h"
+#include <Cirrus/adapters/Win32.h>
+
+namespace cirrus::tests {
+
+namespace {
+
+class Folder : public testing::Test {
+protected:
+    Folder() { std::filesystem::create_directory(path); }
+
+    ~Folder() override { std::filesystem::remove_all(path); }
+
+    const std::filesystem::path path =
+        std::filesystem::temp_directory_path() / std::to_string(::GetCurrentProcessId());
+};
+
+using Files = Folder;
+
+TEST_F(Files, AreReadWhateverTheirPath) {
+    std::wstring below = LR"(\\?\)" + path.native();
+    while (below.size() < 300) {
+        below += L"\\" + std::wstring(60, L'ä');
+        ASSERT_NE(::CreateDirectoryW(below.c_str(), nullptr), 0);
+    }
+    const std::string bytes("line\r\n\x1a\0 end", 12);
+    for (const auto& folder : {path, std::filesystem::path(below.substr(4))}) {
+        const auto file = folder / L"ж 1.bin";
+        const HANDLE written = ::CreateFileW((LR"(\\?\)" + file.native()).c_str(), GENERIC_WRITE, 0,
+                                             nullptr, CREATE_NEW, 0, nullptr);
+        DWORD count = 0;
+        ::WriteFile(written, bytes.data(), static_cast<DWORD>(bytes.size()), &count, nullptr);
+        ::CloseHandle(written);
+        EXPECT_EQ(fileSize(file), bytes.size());
+        const auto contents = FileReader().read(file);
+        ASSERT_TRUE(contents) << contents.error().diagnosticText();
+        EXPECT_EQ(contents->asText(), bytes);
+        EXPECT_EQ(lastPathComponent(file), "ж 1.bin");
+        ::DeleteFileW((LR"(\\?\)" + file.native()).c_str());
+    }
+    for (; below.size() > path.native().size() + 4; below.resize(below.rfind(L'\\'))) {
+        ::RemoveDirectoryW(below.c_str());
+    }
+}
+
+TEST_F(Files, FailWithTheSystemsReason) {
+    EXPECT_EQ(FileReader().read(path / "missing").error().code, ENOENT);
+    EXPECT_EQ(FileReader().read(path).error().code, EACCES);
+    EXPECT_EQ(FileReader().read("NUL").error().code, EINVAL);
+    EXPECT_EQ(fileSize(path / "missing"), std::nullopt);
+}
+
+TEST(FileNames, AreTheLastComponentInUtf8) {
+    for (const auto* name : {LR"(C:\a\b é)", LR"(C:\a\b é\)", LR"(a/b é)", LR"(b é\\)"}) {
+        EXPECT_EQ(lastPathComponent(name), "b é");
+    }
+    EXPECT_EQ(lastPathComponent(std::wstring(L"half \xD800 pair")), "half \uFFFD pair");
+}
+
+/// Reads date, time and offset back; the zone of the machine does not matter then.
+std::chrono::sys_seconds read(const std::string& text) {
+    int year = 0;
+    unsigned month = 0;
+    unsigned day = 0;
+    int hour = 0;
+    int minute = 0;
+    int second = 0;
+    char sign = 0;
+    int offset = 0;
+    const int count = std::sscanf(text.c_str(), "%4d-%2u-%2uT%2d:%2d:%2d%c%4d", &year, &month, &day,
+                                  &hour, &minute, &second, &sign, &offset);
+    EXPECT_TRUE(count == 8 && text.size() == 24) << text;
+    const std::chrono::minutes east(offset / 100 * 60 + offset % 100);
+    return std::chrono::sys_days(std::chrono::year(year) / month / day) +
+           std::chrono::hours(hour) + std::chrono::minutes(minute) + std::chrono::seconds(second) -
+           (sign == '-' ? -east : east);
+}
+
+TEST(LocalTime, NamesTheMomentWithItsOffset) {
+    using namespace std::chrono;
+
+    for (const auto moment : {sys_days(2025y / 3 / 5) + 13h + 7min + 9s,
+                              sys_days(2025y / 7 / 5) + 23h + 59min + 59s,
+                              sys_days(1970y / 1 / 1) - 2s, sys_days(2038y / 1 / 20) + 0s}) {
+        EXPECT_EQ(read(formatLocalTime(moment + 999ms)), moment) << formatLocalTime(moment);
+    }
+}
+
+TEST(Threads, EndWithinTheirBound) {
+    LibraryThread thread([] {});
+    EXPECT_TRUE(thread.join(std::chrono::seconds(30)));
+}
+
+TEST(MessageLoop, RunsEveryTaskInOrderOnItsThread) {
+    ASSERT_TRUE(useWin32MessageLoop());
+    const auto turn = [] {
+        MSG message{};
+        ::GetMessageW(&message, nullptr, 0, 0);
+        ::DispatchMessageW(&message);
+    };
+    // More than a message queue holds.
+    constexpr int most = 30'000;
+    int count = 0;
+    int nested = 0;
+    std::jthread poster([&] {
+        for (int number = 0; number < most; ++number) {
+            MainQueue::post([&, number, thread = std::this_thread::get_id()] {
+                EXPECT_EQ(count, number);
+                EXPECT_NE(std::this_thread::get_id(), thread);
+                ++count;
+                if (number == 10) {
+                    for (; count < 1000; ++nested) {
+                        turn();
+                    }
+                }
+            });
+        }
+    });
+    while (count < most) {
+        turn();
+    }
+    EXPECT_GT(nested, 0);
+    MainQueue::setDispatcher({});
+}
+
+} // namespace
+
+} // namespace cirrus::tests
