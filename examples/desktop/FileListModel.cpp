@@ -7,6 +7,7 @@
 #include <QTextDocument>
 
 #include <algorithm>
+#include <cmath>
 #include <numeric>
 
 QString sizeText(qint64 size) {
@@ -15,15 +16,21 @@ QString sizeText(qint64 size) {
 
 QStringList FileListModel::add(const QStringList& paths) {
     QStringList refused;
+    std::vector<File> added;
     for (const auto& path : paths) {
-        const QFileInfo file(QFileInfo(path).absoluteFilePath());
-        if (!file.isFile()) {
-            refused.append(file.fileName());
-        } else if (!contains(file)) {
-            beginInsertRows({}, rowCount(), rowCount());
-            files_.push_back(file);
-            endInsertRows();
+        const QFileInfo info(QFileInfo(path).absoluteFilePath());
+        if (!info.isFile()) {
+            refused.append(info.fileName());
+        } else if (const auto place = info.canonicalFilePath(); !canonicalPaths_.contains(place)) {
+            canonicalPaths_.insert(place);
+            added.push_back(
+                {.info = info, .canonicalPath = place, .size = info.size(), .state = {}});
         }
+    }
+    if (!added.empty()) {
+        beginInsertRows({}, rowCount(), rowCount() + static_cast<int>(added.size()) - 1);
+        std::ranges::move(added, std::back_inserter(files_));
+        endInsertRows();
     }
     return refused;
 }
@@ -32,14 +39,70 @@ std::vector<std::filesystem::path> FileListModel::paths() const {
     std::vector<std::filesystem::path> paths;
     paths.reserve(files_.size());
     for (const auto& file : files_) {
-        paths.push_back(cirrus::toPath(file.filePath()));
+        paths.push_back(cirrus::toPath(file.info.filePath()));
     }
     return paths;
 }
 
 qint64 FileListModel::totalSize() const {
     return std::accumulate(files_.begin(), files_.end(), qint64{0},
-                           [](qint64 sum, const QFileInfo& file) { return sum + file.size(); });
+                           [](qint64 sum, const File& file) { return sum + file.size; });
+}
+
+void FileListModel::beginSharing() {
+    done_ = 0;
+    doneSize_ = 0;
+    partOfNext_ = 0;
+    for (auto& file : files_) {
+        file.state = tr("Waiting");
+    }
+    stateChanged(0, files_.size());
+}
+
+void FileListModel::showProgress(double part) {
+    // What is only a rounding away from the next file counts as there.
+    constexpr double tolerance = 1e-6;
+    const double place = part * static_cast<double>(files_.size());
+    const auto reached =
+        std::min(static_cast<std::size_t>(std::floor(place + tolerance)), files_.size());
+    for (; done_ < reached; ++done_) {
+        changeState(done_, tr("Uploaded"));
+        doneSize_ += files_[done_].size;
+    }
+    partOfNext_ = std::max(0.0, place - static_cast<double>(done_));
+    if (done_ < files_.size()) {
+        changeState(done_, tr("Uploading"));
+    }
+}
+
+QString FileListModel::progressText() const {
+    const QLocale locale;
+    auto size = static_cast<double>(doneSize_);
+    if (done_ < files_.size()) {
+        size += partOfNext_ * static_cast<double>(files_[done_].size);
+    }
+    return tr("%1 of %2, %3 of %4")
+        .arg(locale.toString(static_cast<qulonglong>(done_)),
+             locale.toString(static_cast<qulonglong>(files_.size())),
+             sizeText(static_cast<qint64>(size)), sizeText(totalSize()));
+}
+
+void FileListModel::showShared() {
+    showProgress(1);
+    for (auto& file : files_) {
+        file.state = tr("Shared");
+    }
+    stateChanged(0, files_.size());
+}
+
+void FileListModel::showEnd(const QHash<QString, QString>& failures) {
+    for (std::size_t row = 0; row < files_.size(); ++row) {
+        auto& [info, canonicalPath, size, state] = files_[row];
+        // If some failed, every other one was tried and has arrived.
+        const bool isUploaded = !failures.isEmpty() || row < done_;
+        state = failures.value(info.filePath(), isUploaded ? tr("Uploaded") : QString());
+    }
+    stateChanged(0, files_.size());
 }
 
 int FileListModel::rowCount(const QModelIndex& parent) const {
@@ -56,13 +119,15 @@ QVariant FileListModel::data(const QModelIndex& index, int role) const {
     }
     const auto& file = files_[static_cast<std::size_t>(index.row())];
     if (role == Qt::DisplayRole) {
-        return index.column() == nameColumn ? file.fileName() : sizeText(file.size());
+        return textOf(file, index.column());
     }
     if (role == Qt::DecorationRole && index.column() == nameColumn) {
-        return icons_.icon(file);
+        return icons_.icon(file.info);
     }
     if (role == Qt::ToolTipRole) {
-        return Qt::convertFromPlainText(QDir::toNativeSeparators(file.filePath()));
+        return Qt::convertFromPlainText(index.column() == stateColumn
+                                            ? file.state
+                                            : QDir::toNativeSeparators(file.info.filePath()));
     }
     if (role == Qt::TextAlignmentRole && index.column() == sizeColumn) {
         return (Qt::AlignRight | Qt::AlignVCenter).toInt();
@@ -75,10 +140,12 @@ QVariant FileListModel::headerData(int section, Qt::Orientation orientation, int
         return {};
     }
     if (role == Qt::DisplayRole) {
-        return section == nameColumn ? tr("Name") : tr("Size");
+        return section == nameColumn   ? tr("Name")
+               : section == sizeColumn ? tr("Size")
+                                       : tr("State");
     }
     if (role == Qt::TextAlignmentRole) {
-        return (Qt::AlignVCenter | (section == nameColumn ? Qt::AlignLeft : Qt::AlignRight))
+        return (Qt::AlignVCenter | (section == sizeColumn ? Qt::AlignRight : Qt::AlignLeft))
             .toInt();
     }
     return {};
@@ -89,13 +156,35 @@ bool FileListModel::removeRows(int row, int count, const QModelIndex& parent) {
         return false;
     }
     beginRemoveRows({}, row, row + count - 1);
-    files_.erase(files_.begin() + row, files_.begin() + row + count);
+    const auto first = files_.begin() + row;
+    std::for_each(first, first + count,
+                  [this](const File& file) { canonicalPaths_.remove(file.canonicalPath); });
+    files_.erase(first, first + count);
     endRemoveRows();
     return true;
 }
 
-bool FileListModel::contains(const QFileInfo& file) const {
-    return std::ranges::any_of(files_, [path = file.canonicalFilePath()](const QFileInfo& held) {
-        return held.canonicalFilePath() == path;
-    });
+QVariant FileListModel::textOf(const File& file, int column) {
+    switch (column) {
+    case nameColumn:
+        return file.info.fileName();
+    case sizeColumn:
+        return sizeText(file.size);
+    default:
+        return file.state;
+    }
+}
+
+void FileListModel::changeState(std::size_t row, const QString& state) {
+    if (files_[row].state != state) {
+        files_[row].state = state;
+        stateChanged(row, row + 1);
+    }
+}
+
+void FileListModel::stateChanged(std::size_t first, std::size_t end) {
+    if (first < end) {
+        emit dataChanged(index(static_cast<int>(first), stateColumn),
+                         index(static_cast<int>(end) - 1, stateColumn));
+    }
 }

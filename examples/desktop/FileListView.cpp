@@ -17,9 +17,16 @@ void FileListView::removeSelected() {
     for (const auto& index : selectionModel()->selectedRows()) {
         rows.append(index.row());
     }
+    // From the end on, so that the rows still to go keep their numbers; neighbours at once.
     std::ranges::sort(rows, std::greater());
-    for (const int row : rows) {
-        model()->removeRow(row);
+    while (!rows.isEmpty()) {
+        int first = rows.takeFirst();
+        int count = 1;
+        while (!rows.isEmpty() && rows.front() == first - 1) {
+            first = rows.takeFirst();
+            ++count;
+        }
+        model()->removeRows(first, count);
     }
 }
 

@@ -34,12 +34,13 @@ QString word(ShareTask::State state) {
 ProgressPanel::ProgressPanel(QWidget* parent)
     : QWidget(parent),
       state_(new QLabel),
-      percent_(new QLabel),
+      amount_(new QLabel),
       bar_(new QProgressBar),
       link_(new QLineEdit),
       copy_(new QPushButton(tr("&Copy"))),
       open_(new QPushButton(tr("O&pen"))) {
     state_->setObjectName("state");
+    amount_->setObjectName("amount");
     bar_->setObjectName("progress");
     bar_->setAccessibleName(tr("Progress"));
     bar_->setTextVisible(false);
@@ -54,7 +55,7 @@ ProgressPanel::ProgressPanel(QWidget* parent)
     auto* grid = new QGridLayout(this);
     grid->setContentsMargins({});
     grid->addWidget(state_, 0, 0);
-    grid->addWidget(percent_, 0, 2, Qt::AlignRight);
+    grid->addWidget(amount_, 0, 2, Qt::AlignRight);
     grid->addWidget(bar_, 1, 0, 1, 3);
     grid->addWidget(link_, 2, 0);
     grid->addWidget(copy_, 2, 1);
@@ -65,11 +66,11 @@ ProgressPanel::ProgressPanel(QWidget* parent)
     connect(open_, &QPushButton::clicked, this, &ProgressPanel::openLink);
 }
 
-void ProgressPanel::display(const ShareTask& task) {
+void ProgressPanel::display(const ShareTask& task, const QString& amount) {
     constexpr double whole = 100;
     state_->setText(word(task.state()));
     bar_->setValue(static_cast<int>(task.fraction() * whole));
-    percent_->setText(tr("%1 %").arg(bar_->value()));
+    amount_->setText(amount);
     const bool hasLink = !task.link().isEmpty();
     const bool isNew = hasLink && link_->text() != task.link();
     link_->setText(task.link());

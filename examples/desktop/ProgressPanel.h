@@ -15,13 +15,14 @@ class ProgressPanel final : public QWidget {
 public:
     explicit ProgressPanel(QWidget* parent = nullptr);
 
-    void display(const ShareTask& task);
+    /// `amount` says in words how much is done.
+    void display(const ShareTask& task, const QString& amount);
 
 private:
     void openLink();
 
     QLabel* state_;
-    QLabel* percent_;
+    QLabel* amount_;
     QProgressBar* bar_;
     QLineEdit* link_;
     QPushButton* copy_;

@@ -2,6 +2,7 @@
 
 #include <Cirrus/adapters/Qt.h>
 
+#include <QLocale>
 #include <QStringList>
 
 #include <map>
@@ -47,6 +48,8 @@ void ShareTask::start(cirrus::ShareController::Context context, std::string toke
     cancel();
     fraction_ = 0;
     link_.clear();
+    words_.clear();
+    failures_.clear();
     job_ = cirrus::ScopedShareController({std::move(context), std::move(token)});
     // `this` is safe: the job ends with it.
     job_->upload([this](const auto& done) { progress(done->fractionCompleted()); },
@@ -57,8 +60,22 @@ void ShareTask::start(cirrus::ShareController::Context context, std::string toke
 void ShareTask::cancel() {
     if (isRunning()) {
         job_.stop();
+        words_ = tr("Cancelled. What has arrived stays in your Drive.");
         enter(State::cancelled);
     }
+}
+
+QString ShareTask::failureSummary() const {
+    std::map<QString, int> counts;
+    for (const auto& reason : failures_) {
+        ++counts[reason];
+    }
+    QStringList lines;
+    for (const auto& [reason, count] : counts) {
+        lines.append((count == 1 ? tr("%1 file: %2") : tr("%1 files: %2"))
+                         .arg(QLocale().toString(count), reason));
+    }
+    return lines.join('\n');
 }
 
 void ShareTask::progress(double fraction) {
@@ -68,28 +85,18 @@ void ShareTask::progress(double fraction) {
 
 void ShareTask::complete(
     const cirrus::Result<cirrus::Url, cirrus::ShareController::Error>& result) {
-    const auto failedFiles = job_->failedFiles();
+    for (const auto& file : job_->failedFiles()) {
+        failures_.insert(cirrus::toQString(file.path), ::words(file.reason));
+    }
     job_.stop();
     if (result) {
         link_ = QString::fromStdString(result->text());
         enter(State::shared);
         return;
     }
-    enter(State::failed);
     const auto text = result.error().errorDescription();
-    std::map<cirrus::FailureReason, int> counts;
-    QStringList files;
-    for (const auto& file : failedFiles) {
-        ++counts[file.reason];
-        files.append(cirrus::toQString(file.path.filename()) + ": " + words(file.reason));
-    }
-    QStringList summary;
-    for (const auto& [reason, count] : counts) {
-        summary.append((count == 1 ? tr("%1 file: %2") : tr("%1 files: %2"))
-                           .arg(QString::number(count), words(reason)));
-    }
-    emit failed(text ? QString::fromStdString(*text) : tr("The files could not be shared."),
-                summary.join('\n'), files.join('\n'));
+    words_ = text ? QString::fromStdString(*text) : tr("The files could not be shared.");
+    enter(State::failed);
 }
 
 void ShareTask::enter(State state) {

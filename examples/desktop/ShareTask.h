@@ -1,5 +1,6 @@
 #pragma once
 
+#include <QHash>
 #include <QObject>
 #include <QString>
 
@@ -31,11 +32,17 @@ public:
     /// Empty until it is shared.
     [[nodiscard]] const QString& link() const { return link_; }
 
+    /// What to tell the user of a failure or of having cancelled; empty otherwise.
+    [[nodiscard]] const QString& words() const { return words_; }
+
+    /// What went wrong with which path, if files failed.
+    [[nodiscard]] const QHash<QString, QString>& failures() const { return failures_; }
+
+    /// How many files failed for which reason, a line for each.
+    [[nodiscard]] QString failureSummary() const;
+
 signals:
     void changed();
-    /// Comes after `changed`, with words for the user. If files failed, the summary says how many
-    /// for which reason, and `files` has a line for each.
-    void failed(const QString& words, const QString& summary, const QString& files);
 
 private:
     void progress(double fraction);
@@ -45,5 +52,7 @@ private:
     State state_ = State::idle;
     double fraction_ = 0;
     QString link_;
+    QString words_;
+    QHash<QString, QString> failures_;
     cirrus::ScopedShareController job_;
 };

@@ -6,6 +6,8 @@
 #include <QHeaderView>
 #include <QMessageBox>
 #include <QMimeData>
+#include <QScreen>
+#include <QScrollArea>
 #include <QShortcut>
 
 namespace {
@@ -47,16 +49,26 @@ ShareWindow::ShareWindow(const std::optional<std::string>& knownToken)
       share_(makeButton("share", tr("&Share"))) {
     setWindowTitle(tr("Share files"));
     setAcceptDrops(true);
-    resize(defaultSize);
+    // What a small screen has no room for is scrolled; progress and buttons stay in sight.
+    auto* scrolled = new QWidget;
+    auto* entries = new QVBoxLayout(scrolled);
+    entries->setContentsMargins({});
+    addFileRows(entries);
+    entries->addSpacing(margin);
+    entries->addWidget(form_);
+    auto* area = new QScrollArea;
+    area->setWidget(scrolled);
+    area->setWidgetResizable(true);
+    area->setFrameShape(QFrame::NoFrame);
     auto* rows = new QVBoxLayout(this);
     rows->setContentsMargins(margin, margin, margin, margin);
-    addFileRows(rows);
-    rows->addSpacing(margin);
-    rows->addWidget(form_);
+    rows->addWidget(area, 1);
     rows->addSpacing(margin);
     rows->addWidget(progress_);
     rows->addSpacing(margin);
     addButtonRow(rows);
+    constexpr QSize frame(2 * margin, 3 * margin);
+    resize(defaultSize.boundedTo(screen()->availableSize() - frame));
     connectParts();
     showSummary();
     refresh();
@@ -78,8 +90,10 @@ void ShareWindow::reject() {
 }
 
 void ShareWindow::closeEvent(QCloseEvent* event) {
-    task_->cancel();
-    event->accept();
+    if (task_->isRunning()) {
+        event->ignore();
+        askWhetherToClose();
+    }
 }
 
 void ShareWindow::dragEnterEvent(QDragEnterEvent* event) {
@@ -107,7 +121,9 @@ void ShareWindow::addFileRows(QBoxLayout* rows) {
     list_->setMinimumHeight(minimumListHeight);
     list_->header()->setStretchLastSection(false);
     list_->header()->setSectionResizeMode(FileListModel::nameColumn, QHeaderView::Stretch);
-    list_->header()->setSectionResizeMode(FileListModel::sizeColumn, QHeaderView::ResizeToContents);
+    for (const auto column : {FileListModel::sizeColumn, FileListModel::stateColumn}) {
+        list_->header()->setSectionResizeMode(column, QHeaderView::ResizeToContents);
+    }
     auto* label = new QLabel(tr("F&iles:"));
     label->setBuddy(list_);
     summary_->setObjectName("summary");
@@ -123,6 +139,9 @@ void ShareWindow::addFileRows(QBoxLayout* rows) {
 
 void ShareWindow::addButtonRow(QBoxLayout* rows) {
     hint_->setObjectName("hint");
+    hint_->setTextFormat(Qt::PlainText);
+    hint_->setTextInteractionFlags(Qt::TextSelectableByMouse);
+    hint_->setWordWrap(true);
     // What Escape presses; Return is for the default button even when this one has the focus.
     cancel_->setAutoDefault(false);
     share_->setDefault(true);
@@ -148,8 +167,7 @@ void ShareWindow::connectParts() {
     connect(form_, &ShareForm::edited, this, &ShareWindow::refresh);
     connect(cancel_, &QPushButton::clicked, task_, &ShareTask::cancel);
     connect(share_, &QPushButton::clicked, this, &ShareWindow::share);
-    connect(task_, &ShareTask::changed, this, &ShareWindow::refresh);
-    connect(task_, &ShareTask::failed, this, &ShareWindow::showFailure);
+    connect(task_, &ShareTask::changed, this, &ShareWindow::showState);
 }
 
 void ShareWindow::chooseFiles() {
@@ -160,15 +178,64 @@ void ShareWindow::share() {
     task_->start(form_->context(files_->paths()), form_->token());
 }
 
-void ShareWindow::showFailure(const QString& words, const QString& summary, const QString& files) {
+void ShareWindow::showState() {
+    switch (task_->state()) {
+    case ShareTask::State::preparing:
+        files_->beginSharing();
+        break;
+    case ShareTask::State::uploading:
+    case ShareTask::State::finishing:
+        files_->showProgress(task_->fraction());
+        break;
+    case ShareTask::State::shared:
+        files_->showShared();
+        break;
+    case ShareTask::State::failed:
+        files_->showEnd(task_->failures());
+        showFailure();
+        break;
+    case ShareTask::State::cancelled:
+        files_->showEnd({});
+        break;
+    case ShareTask::State::idle:
+        break;
+    }
+    amount_ = files_->progressText();
+    refresh();
+}
+
+void ShareWindow::showFailure() {
     // Not exec(): nothing waits in here while the box is open.
-    auto* box =
-        new QMessageBox(QMessageBox::Warning, tr("Sharing failed"), words, QMessageBox::Ok, this);
+    auto* box = new QMessageBox(QMessageBox::Warning, tr("Sharing failed"), task_->words(),
+                                QMessageBox::Ok, this);
     box->setObjectName("failure");
     box->setTextFormat(Qt::PlainText);
-    box->setInformativeText(summary);
-    box->setDetailedText(files);
+    box->setInformativeText(task_->failureSummary());
     box->setAttribute(Qt::WA_DeleteOnClose);
+    box->open();
+}
+
+void ShareWindow::askWhetherToClose() {
+    if (findChild<QMessageBox*>("closing") != nullptr) {
+        return;
+    }
+    auto* box =
+        new QMessageBox(QMessageBox::Question, windowTitle(),
+                        tr("The files are still being shared."), QMessageBox::Cancel, this);
+    box->setObjectName("closing");
+    box->setInformativeText(tr("If you stop, what has arrived stays in your Drive."));
+    const auto* stop = box->addButton(tr("&Stop and close"), QMessageBox::DestructiveRole);
+    box->setAttribute(Qt::WA_DeleteOnClose);
+    connect(stop, &QAbstractButton::clicked, this, [this] {
+        task_->cancel();
+        close();
+    });
+    // Nothing is left to ask when the files are shared first.
+    connect(task_, &ShareTask::changed, box, [this, box] {
+        if (!task_->isRunning()) {
+            box->close();
+        }
+    });
     box->open();
 }
 
@@ -188,7 +255,7 @@ void ShareWindow::refresh() {
     add_->setEnabled(!isRunning);
     remove_->setEnabled(!isRunning && list_->selectionModel()->hasSelection());
     form_->setEnabled(!isRunning);
-    hint_->setText(isRunning ? QString() : missing);
-    share_->setToolTip(hint_->text());
-    progress_->display(*task_);
+    share_->setToolTip(isRunning ? QString() : missing);
+    hint_->setText(task_->words().isEmpty() ? share_->toolTip() : task_->words());
+    progress_->display(*task_, amount_);
 }

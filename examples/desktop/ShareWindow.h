@@ -40,7 +40,9 @@ private:
     void connectParts();
     void chooseFiles();
     void share();
-    void showFailure(const QString& words, const QString& summary, const QString& files);
+    void showState();
+    void showFailure();
+    void askWhetherToClose();
     void showSummary();
     void refresh();
 
@@ -55,4 +57,5 @@ private:
     QLabel* hint_;
     QPushButton* cancel_;
     QPushButton* share_;
+    QString amount_; ///< how much of the latest share is uploaded
 };

@@ -88,9 +88,19 @@ void useScreen(const QString& description) {
     qputenv("QT_QPA_PLATFORM", "offscreen:configfile=" + QFile::encodeName(description));
 }
 
+/// The colours of a desktop that is set to dark.
+QPalette darkPalette() {
+    QPalette palette(QColor(50, 50, 53), QColor(42, 42, 45));
+    palette.setColor(QPalette::Base, QColor(30, 30, 32));
+    palette.setColor(QPalette::AlternateBase, QColor(36, 36, 39));
+    palette.setColor(QPalette::PlaceholderText, QColor(150, 150, 150));
+    palette.setColor(QPalette::Highlight, QColor(53, 116, 240));
+    return palette;
+}
+
 class Camera {
 public:
-    Camera(LocalDrive& drive, QString folder) : drive_(drive), folder_(std::move(folder)) {}
+    Camera(LocalDrive& drive, QString files) : drive_(drive), files_(std::move(files)) {}
 
     bool takeAll() {
         ShareWindow window;
@@ -108,25 +118,41 @@ public:
         part<QPushButton>(window, "share").click();
         waitFor([&] { return part<QProgressBar>(window, "progress").value() == 60; });
         save(window, "uploading");
+        window.close();
+        save(window, "closing");
+        window.findChild<QMessageBox*>()->close();
         release.set_value();
         waitFor([&] { return part<QLabel>(window, "state").text() == "Shared"; });
         save(window, "shared");
 
-        part<QLineEdit>(window, "token").setText("expired");
+        drive_->setHook([seen = 0](const Request& request) mutable {
+            return request.queryItem("upload_id") != nullptr && ++seen % 2 == 0
+                       ? std::optional(Answer{.status = 503})
+                       : std::nullopt;
+        });
         part<QPushButton>(window, "share").click();
-        waitFor([&] { return window.findChild<QMessageBox*>() != nullptr; });
+        waitFor([&] { return part<QLabel>(window, "state").text() == "Failed"; });
         save(window, "failed");
+        window.findChild<QMessageBox*>()->close();
+
+        std::promise<void> rest;
+        holdFile(drive_, 3, rest.get_future().share());
+        part<QPushButton>(window, "share").click();
+        waitFor([&] { return part<QProgressBar>(window, "progress").value() == 40; });
+        part<QPushButton>(window, "cancel").click();
+        rest.set_value();
+        save(window, "cancelled");
         return isComplete_;
     }
 
 private:
     void save(ShareWindow& window, const QString& state) {
         QCoreApplication::processEvents();
-        isComplete_ &= picture(window).save(folder_ + "/desktop-" + state + ".png", "PNG", 0);
+        isComplete_ &= picture(window).save(files_.arg(state), "PNG", 0);
     }
 
     LocalDrive& drive_;
-    QString folder_;
+    QString files_; ///< their path, with %1 for the state
     bool isComplete_ = true;
 };
 
@@ -145,5 +171,8 @@ int main(int count, char** values) {
         std::cerr << "usage: cirrus-desktop-screenshots FOLDER\n";
         return 1;
     }
-    return Camera(**drive, QString::fromLocal8Bit(values[1])).takeAll() ? 0 : 1;
+    const auto files = QString::fromLocal8Bit(values[1]) + "/desktop-%1";
+    const bool isComplete = Camera(**drive, files + ".png").takeAll();
+    QApplication::setPalette(darkPalette());
+    return Camera(**drive, files + "-dark.png").takeAll() && isComplete ? 0 : 1;
 }

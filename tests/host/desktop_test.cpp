@@ -63,6 +63,24 @@ protected:
         QCoreApplication::sendEvent(find<QWidget>("email"), &drop);
     }
 
+    /// What the list says of each file.
+    std::string states() {
+        const auto* model = find<QTreeView>("files")->model();
+        QStringList texts;
+        for (int row = 0; row < model->rowCount(); ++row) {
+            texts.append(model->index(row, FileListModel::stateColumn).data().toString());
+        }
+        return texts.join(", ").toStdString();
+    }
+
+    /// Presses the button of the open box that has this text.
+    void press(const QString& text) {
+        const auto buttons = window.findChild<QMessageBox*>()->buttons();
+        const auto found = std::ranges::find(buttons, text, &QAbstractButton::text);
+        ASSERT_TRUE(found != buttons.end());
+        (*found)->click();
+    }
+
     bool await(const std::string& end) {
         return QTest::qWaitFor([&] { return words.ends_with(end + " "); }, 1000 * patience.count());
     }
@@ -86,10 +104,13 @@ TEST_F(Desktop, SharesWhatIsDroppedAndTyped) {
     find<QCheckBox>("expires")->click();
     const auto end = find<QDateEdit>("lastDay")->date().toString("yyyy-MM-dd'T23:59:59'");
     QTest::keyClick(&window, Qt::Key_Return);
-    ASSERT_TRUE(await("Uploading"));
+    ASSERT_TRUE(gate->awaitArrival());
+    EXPECT_EQ(states(), "Waiting, Waiting");
     gate->open();
     ASSERT_TRUE(await("Shared"));
     EXPECT_EQ(words, "Preparing Uploading Finishing Shared ");
+    EXPECT_EQ(states(), "Shared, Shared");
+    EXPECT_EQ(find<QLabel>("amount")->text(), "2 of 2, 8 bytes of 8 bytes");
     const auto snapshot = (*drive)->snapshot();
     EXPECT_EQ(snapshot.pathOf(snapshot.files.end()[-2]), "Stashly/Shared files of us/one");
     EXPECT_EQ(snapshot.pathOf(snapshot.files.back()), "Stashly/Shared files of us/three");
@@ -109,9 +130,46 @@ TEST_F(Desktop, ShowsTheFailureAndCanShareAgain) {
     ASSERT_TRUE(await("Failed"));
     EXPECT_EQ(qobject_cast<QMessageBox*>(qApp->activeModalWidget())->text(), "Not <allowed>.");
     QTest::keyClick(qApp->activeModalWidget(), Qt::Key_Escape);
+    EXPECT_EQ(find<QLabel>("hint")->text(), "Not <allowed>.");
+    EXPECT_EQ(states(), "Uploaded");
     find("share")->click();
     ASSERT_TRUE(await("Shared"));
     EXPECT_TRUE(words.contains(" Finishing Failed Preparing ")) << words;
+    EXPECT_EQ(find<QLabel>("hint")->text(), "");
+}
+
+TEST_F(Desktop, SaysWhichFilesFailedAndWhy) {
+    gate->open();
+    drop({file("one"), file("two"), file("three")});
+    std::filesystem::remove(folder.path() / "two");
+    find("share")->click();
+    ASSERT_TRUE(await("Failed"));
+    EXPECT_EQ(states(), "Uploaded, the file could not be read, Uploaded");
+    EXPECT_EQ(window.findChild<QMessageBox*>("failure")->informativeText(),
+              "1 file: the file could not be read");
+}
+
+TEST_F(Desktop, AsksBeforeItClosesInMidUpload) {
+    drop({file("one"), file("two")});
+    find("share")->click();
+    ASSERT_TRUE(gate->awaitArrival());
+    window.close();
+    press("Cancel");
+    EXPECT_TRUE(window.isVisible());
+    window.close();
+    gate->open();
+    ASSERT_TRUE(await("Shared"));
+    // The outcome has answered it.
+    EXPECT_EQ(qApp->activeModalWidget(), nullptr);
+    window.close();
+    EXPECT_FALSE(window.isVisible());
+}
+
+TEST_F(Desktop, FitsASmallScreen) {
+    // 1366 x 768 at 150 %, without the frame and a panel.
+    constexpr QSize small(911, 450);
+    window.resize(small);
+    EXPECT_EQ(window.size(), small);
 }
 
 TEST_F(Desktop, ReallyStops) {
@@ -123,7 +181,13 @@ TEST_F(Desktop, ReallyStops) {
         const auto before = (*drive)->snapshot().requests.size();
         find("share")->click();
         ASSERT_TRUE(gate->awaitArrival());
-        closes ? void(window.close()) : find("cancel")->click();
+        if (closes) {
+            window.close();
+            press("&Stop and close");
+        } else {
+            find("cancel")->click();
+        }
+        EXPECT_TRUE(find<QLabel>("hint")->text().contains("stays in your Drive"));
         gate->open();
         // By the end of another share, the stopped one would have gone on.
         find("share")->click();
