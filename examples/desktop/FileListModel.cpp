@@ -9,6 +9,7 @@
 #include <algorithm>
 #include <cmath>
 #include <numeric>
+#include <utility>
 
 QString sizeText(qint64 size) {
     return QLocale().formattedDataSize(size, 1, QLocale::DataSizeSIFormat);
@@ -81,10 +82,14 @@ QString FileListModel::progressText() const {
     if (done_ < files_.size()) {
         size += partOfNext_ * static_cast<double>(files_[done_].size);
     }
+    const auto total = sizeText(totalSize());
+    auto done = sizeText(static_cast<qint64>(size));
+    if (const auto unit = total.mid(total.lastIndexOf(' ')); done.endsWith(unit)) {
+        done.chop(unit.size());
+    }
     return tr("%1 of %2, %3 of %4")
         .arg(locale.toString(static_cast<qulonglong>(done_)),
-             locale.toString(static_cast<qulonglong>(files_.size())),
-             sizeText(static_cast<qint64>(size)), sizeText(totalSize()));
+             locale.toString(static_cast<qulonglong>(files_.size())), done, total);
 }
 
 void FileListModel::showShared() {
@@ -96,11 +101,18 @@ void FileListModel::showShared() {
 }
 
 void FileListModel::showEnd(const QHash<QString, QString>& failures) {
+    const auto uploaded = std::exchange(done_, 0);
+    doneSize_ = 0;
+    partOfNext_ = 0;
     for (std::size_t row = 0; row < files_.size(); ++row) {
-        auto& [info, canonicalPath, size, state] = files_[row];
+        auto& file = files_[row];
+        file.state = failures.value(file.info.filePath());
         // If some failed, every other one was tried and has arrived.
-        const bool isUploaded = !failures.isEmpty() || row < done_;
-        state = failures.value(info.filePath(), isUploaded ? tr("Uploaded") : QString());
+        if (failures.isEmpty() ? row < uploaded : file.state.isEmpty()) {
+            file.state = tr("Uploaded");
+            doneSize_ += file.size;
+            ++done_;
+        }
     }
     stateChanged(0, files_.size());
 }

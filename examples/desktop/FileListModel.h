@@ -15,7 +15,7 @@ class FileListModel final : public QAbstractTableModel {
     Q_OBJECT
 
 public:
-    enum Column { nameColumn, sizeColumn, stateColumn, columnsInAll };
+    enum Column { nameColumn, stateColumn, sizeColumn, columnsInAll };
 
     using QAbstractTableModel::QAbstractTableModel;
 

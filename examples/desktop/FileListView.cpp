@@ -13,6 +13,9 @@ FileListView::FileListView(QWidget* parent) : QTreeView(parent) {
 }
 
 void FileListView::removeSelected() {
+    if (isReadOnly_) {
+        return;
+    }
     QList<int> rows;
     for (const auto& index : selectionModel()->selectedRows()) {
         rows.append(index.row());

@@ -9,7 +9,10 @@ class FileListView final : public QTreeView {
 public:
     explicit FileListView(QWidget* parent = nullptr);
 
+    /// Does nothing while it is read-only.
     void removeSelected();
+
+    void setReadOnly(bool isReadOnly) { isReadOnly_ = isReadOnly; }
 
     /// Shows that files may be dropped now.
     void setDropTarget(bool isDropTarget);
@@ -20,4 +23,5 @@ protected:
 
 private:
     bool isDropTarget_ = false;
+    bool isReadOnly_ = false;
 };

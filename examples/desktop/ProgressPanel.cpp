@@ -55,7 +55,7 @@ ProgressPanel::ProgressPanel(QWidget* parent)
     auto* grid = new QGridLayout(this);
     grid->setContentsMargins({});
     grid->addWidget(state_, 0, 0);
-    grid->addWidget(amount_, 0, 2, Qt::AlignRight);
+    grid->addWidget(amount_, 0, 1, 1, 2, Qt::AlignRight);
     grid->addWidget(bar_, 1, 0, 1, 3);
     grid->addWidget(link_, 2, 0);
     grid->addWidget(copy_, 2, 1);

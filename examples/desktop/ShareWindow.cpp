@@ -221,9 +221,10 @@ void ShareWindow::askWhetherToClose() {
     }
     auto* box =
         new QMessageBox(QMessageBox::Question, windowTitle(),
-                        tr("The files are still being shared."), QMessageBox::Cancel, this);
+                        tr("The files are still being shared."), QMessageBox::NoButton, this);
     box->setObjectName("closing");
     box->setInformativeText(tr("If you stop, what has arrived stays in your Drive."));
+    box->setDefaultButton(box->addButton(tr("&Keep sharing"), QMessageBox::RejectRole));
     const auto* stop = box->addButton(tr("&Stop and close"), QMessageBox::DestructiveRole);
     box->setAttribute(Qt::WA_DeleteOnClose);
     connect(stop, &QAbstractButton::clicked, this, [this] {
@@ -251,7 +252,7 @@ void ShareWindow::refresh() {
     // First, so that it takes the focus over from a button that is disabled below.
     share_->setEnabled(!isRunning && missing.isEmpty());
     cancel_->setEnabled(isRunning);
-    list_->setEnabled(!isRunning);
+    list_->setReadOnly(isRunning);
     add_->setEnabled(!isRunning);
     remove_->setEnabled(!isRunning && list_->selectionModel()->hasSelection());
     form_->setEnabled(!isRunning);

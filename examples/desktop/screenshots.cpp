@@ -127,7 +127,9 @@ public:
 
         drive_->setHook([seen = 0](const Request& request) mutable {
             return request.queryItem("upload_id") != nullptr && ++seen % 2 == 0
-                       ? std::optional(Answer{.status = 503})
+                       ? std::optional(Answer{
+                             .status = 503,
+                             .body = R"({"error": {"code": 503, "message": "Backend error"}})"})
                        : std::nullopt;
         });
         part<QPushButton>(window, "share").click();

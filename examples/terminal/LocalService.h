@@ -6,7 +6,8 @@
 #include <memory>
 #include <string>
 
-/// The local Drive of `--emulator`, gone with this object. A build without the emulator offers none.
+/// The local Drive of `--emulator`, gone with this object. A build without the emulator offers
+/// none.
 class LocalService {
 public:
     [[nodiscard]] static bool isOffered();

@@ -104,13 +104,15 @@ TEST_F(Desktop, SharesWhatIsDroppedAndTyped) {
     find<QCheckBox>("expires")->click();
     const auto end = find<QDateEdit>("lastDay")->date().toString("yyyy-MM-dd'T23:59:59'");
     QTest::keyClick(&window, Qt::Key_Return);
-    ASSERT_TRUE(gate->awaitArrival());
-    EXPECT_EQ(states(), "Waiting, Waiting");
+    ASSERT_TRUE(await("Uploading"));
+    EXPECT_EQ(states(), "Uploaded, Uploading");
+    list->selectAll();
+    QTest::keyClick(list, Qt::Key_Delete); // not any more
     gate->open();
     ASSERT_TRUE(await("Shared"));
     EXPECT_EQ(words, "Preparing Uploading Finishing Shared ");
     EXPECT_EQ(states(), "Shared, Shared");
-    EXPECT_EQ(find<QLabel>("amount")->text(), "2 of 2, 8 bytes of 8 bytes");
+    EXPECT_EQ(find<QLabel>("amount")->text(), "2 of 2, 8 of 8 bytes");
     const auto snapshot = (*drive)->snapshot();
     EXPECT_EQ(snapshot.pathOf(snapshot.files.end()[-2]), "Stashly/Shared files of us/one");
     EXPECT_EQ(snapshot.pathOf(snapshot.files.back()), "Stashly/Shared files of us/three");
@@ -147,6 +149,7 @@ TEST_F(Desktop, SaysWhichFilesFailedAndWhy) {
     EXPECT_EQ(states(), "Uploaded, the file could not be read, Uploaded");
     EXPECT_EQ(window.findChild<QMessageBox*>("failure")->informativeText(),
               "1 file: the file could not be read");
+    EXPECT_EQ(find<QLabel>("amount")->text(), "2 of 3, 8 of 11 bytes");
 }
 
 TEST_F(Desktop, AsksBeforeItClosesInMidUpload) {
@@ -154,7 +157,7 @@ TEST_F(Desktop, AsksBeforeItClosesInMidUpload) {
     find("share")->click();
     ASSERT_TRUE(gate->awaitArrival());
     window.close();
-    press("Cancel");
+    press("&Keep sharing");
     EXPECT_TRUE(window.isVisible());
     window.close();
     gate->open();

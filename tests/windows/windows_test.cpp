@@ -81,17 +81,17 @@ std::chrono::sys_seconds read(const std::string& text) {
                                   &hour, &minute, &second, &sign, &offset);
     EXPECT_TRUE(count == 8 && text.size() == 24) << text;
     const std::chrono::minutes east(offset / 100 * 60 + offset % 100);
-    return std::chrono::sys_days(std::chrono::year(year) / month / day) +
-           std::chrono::hours(hour) + std::chrono::minutes(minute) + std::chrono::seconds(second) -
+    return std::chrono::sys_days(std::chrono::year(year) / month / day) + std::chrono::hours(hour) +
+           std::chrono::minutes(minute) + std::chrono::seconds(second) -
            (sign == '-' ? -east : east);
 }
 
 TEST(LocalTime, NamesTheMomentWithItsOffset) {
     using namespace std::chrono;
 
-    for (const auto moment : {sys_days(2025y / 3 / 5) + 13h + 7min + 9s,
-                              sys_days(2025y / 7 / 5) + 23h + 59min + 59s,
-                              sys_days(1970y / 1 / 1) - 2s, sys_days(2038y / 1 / 20) + 0s}) {
+    for (const auto moment :
+         {sys_days(2025y / 3 / 5) + 13h + 7min + 9s, sys_days(2025y / 7 / 5) + 23h + 59min + 59s,
+          sys_days(1970y / 1 / 1) - 2s, sys_days(2038y / 1 / 20) + 0s}) {
         EXPECT_EQ(read(formatLocalTime(moment + 999ms)), moment) << formatLocalTime(moment);
     }
 }

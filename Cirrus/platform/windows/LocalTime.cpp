@@ -32,15 +32,15 @@ std::string formatLocalTime(std::chrono::system_clock::time_point time) {
     ::FileTimeToSystemTime(&fileTime, &universal);
     ::SystemTimeToTzSpecificLocalTime(nullptr, &universal, &local);
     ::SystemTimeToFileTime(&local, &localFileTime);
-    const auto offset = std::chrono::duration_cast<std::chrono::minutes>(
-        Ticks(ticksIn(localFileTime)) - ticks);
+    const auto offset =
+        std::chrono::duration_cast<std::chrono::minutes>(Ticks(ticksIn(localFileTime)) - ticks);
     const auto minutes = std::abs(offset.count());
     std::array<char, 64> text{};
-    const int length = std::snprintf(
-        text.data(), text.size(), "%04d-%02d-%02dT%02d:%02d:%02d%c%02d%02d", local.wYear,
-        local.wMonth, local.wDay, local.wHour, local.wMinute, local.wSecond,
-        offset.count() < 0 ? '-' : '+', static_cast<int>(minutes / 60),
-        static_cast<int>(minutes % 60));
+    const int length =
+        std::snprintf(text.data(), text.size(), "%04d-%02d-%02dT%02d:%02d:%02d%c%02d%02d",
+                      local.wYear, local.wMonth, local.wDay, local.wHour, local.wMinute,
+                      local.wSecond, offset.count() < 0 ? '-' : '+', static_cast<int>(minutes / 60),
+                      static_cast<int>(minutes % 60));
     return {text.data(), static_cast<std::size_t>(length)};
 }
 

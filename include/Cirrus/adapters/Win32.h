@@ -54,8 +54,7 @@ private:
 };
 
 inline LRESULT CALLBACK win32TaskProcedure(HWND window, UINT message, WPARAM first, LPARAM second) {
-    auto* const tasks =
-        reinterpret_cast<Win32Tasks*>(::GetWindowLongPtrW(window, GWLP_USERDATA));
+    auto* const tasks = reinterpret_cast<Win32Tasks*>(::GetWindowLongPtrW(window, GWLP_USERDATA));
     if (message == WM_APP) {
         tasks->runFirst(window);
         return 0;
