@@ -27,6 +27,8 @@ if(CIRRUS_BUILD_EMULATOR)
     install(EXPORT CirrusEmulatorTargets NAMESPACE Cirrus::
         DESTINATION ${cirrus_config_folder} COMPONENT development)
     install(TARGETS cirrus-drive-emulator RUNTIME COMPONENT development)
+    install(FILES docs/man/cirrus-drive-emulator.1
+        DESTINATION ${CMAKE_INSTALL_MANDIR}/man1 COMPONENT development)
 endif()
 
 configure_package_config_file(cmake/CirrusConfig.cmake.in CirrusConfig.cmake

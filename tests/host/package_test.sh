@@ -16,16 +16,26 @@ field() {
     value=$(dpkg-deb -f "$1" "$2")
     [[ $value =~ $3 ]] || { echo "FAILED: ${1##*/}: $2: $value"; exit 1; }
 }
-field "${runtime[0]}" Depends 'libcurl4(t64)? .*libstdc\+\+6 '
+version=$(sed -n 's/^#define CIRRUS_VERSION_[A-Z]* //p' "$sources/include/Cirrus/Version.h" | paste -sd.)
+field "${runtime[0]}" Version "^$version$"
+# What the sources ask of libcurl shows in no symbol.
+field "${runtime[0]}" Depends 'libcurl4(t64)? \(>= 7\.85\).*libstdc\+\+6 '
 field "${development[0]}" Depends 'libcirrus1 \(= .*libssl-dev'
 
 dpkg-deb -x "${runtime[0]}" "$folder/root"
 hardening-check --nocfprotection "$folder"/root/usr/lib/*/libCirrus.so.*.* >/dev/null ||
     { echo "FAILED: the library is not hardened"; exit 1; }
-mapfile -t files < <(cd "$folder/root" && find . -not -type d | sed 's/[.0-9]*$//' | sort -u)
+mapfile -t files < <(cd "$folder/root/usr/lib" && find . -not -type d | sed 's/[.0-9]*$//' | sort -u)
 [[ ${files[*]##*/} == libCirrus.so ]] || { echo "FAILED: runtime holds ${files[*]}"; exit 1; }
 
 dpkg-deb -x "${development[0]}" "$folder/root"
+dpkg-deb -x "$2"/cirrus-tools_*.deb "$folder/root"
+LD_LIBRARY_PATH=$(echo "$folder"/root/usr/lib/*) "$folder/root/usr/bin/cirrus-share" --emulator \
+    "$sources/README.md" >/dev/null
+for program in "$folder"/root/usr/bin/*; do
+    [[ -e $folder/root/usr/share/man/man1/${program##*/}.1.gz ]] ||
+        { echo "FAILED: no manual of ${program##*/}"; exit 1; }
+done
 cmake -S "$sources/examples/offline_test" -B "$folder/build" \
     -DCMAKE_PREFIX_PATH="$folder/root/usr" >/dev/null
 cmake --build "$folder/build" >/dev/null
