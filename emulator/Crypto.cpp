@@ -1,5 +1,6 @@
 #include "emulator/Crypto.h"
 
+#include <algorithm>
 #include <array>
 #include <cstdint>
 #include <cstdlib>
@@ -166,6 +167,19 @@ makeServerIdentity(const std::vector<std::string>& hosts) {
     return ServerIdentity{.authority = pemText(authority.get()),
                           .certificate = pemText(server.get()),
                           .privateKey = pemText(serverKey.get())};
+}
+
+std::string codeChallenge(std::string_view verifier) {
+    std::array<unsigned char, EVP_MAX_MD_SIZE> digest{};
+    unsigned size = 0;
+    EVP_Digest(verifier.data(), verifier.size(), digest.data(), &size, EVP_sha256(), nullptr);
+    std::array<unsigned char, 2 * EVP_MAX_MD_SIZE> text{};
+    EVP_EncodeBlock(text.data(), digest.data(), static_cast<int>(size));
+    std::string challenge(reinterpret_cast<const char*>(text.data()));
+    challenge.resize(challenge.find('='));
+    std::ranges::replace(challenge, '+', '-');
+    std::ranges::replace(challenge, '/', '_');
+    return challenge;
 }
 
 std::string randomIdentifier(std::size_t length) {

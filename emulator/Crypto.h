@@ -39,6 +39,9 @@ struct ServerIdentity {
 [[nodiscard]] std::expected<ServerIdentity, EmulatorError>
 makeServerIdentity(const std::vector<std::string>& hosts);
 
+/// What PKCE calls the S256 challenge of a verifier: base64url of its digest.
+[[nodiscard]] std::string codeChallenge(std::string_view verifier);
+
 /// An unguessable identifier of this many URL-safe characters.
 [[nodiscard]] std::string randomIdentifier(std::size_t length = 33);
 

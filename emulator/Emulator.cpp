@@ -4,7 +4,9 @@
 #include <utility>
 
 #include "emulator/Crypto.h"
+#include "emulator/authorization/AuthorizationServer.h"
 #include "emulator/drive/DriveApi.h"
+#include "emulator/drive/Json.h"
 #include "emulator/http/HttpsServer.h"
 
 namespace cirrus::emulator {
@@ -41,7 +43,8 @@ public:
           certificateAuthority(std::move(authority)),
           contents_(options.contents),
           rate_(options.rate),
-          api_(state, token) {}
+          authorization(token, options.tokenLifetime),
+          api_(state, [this](auto given) { return authorization.isValid(given); }) {}
 
     void connectionAccepted() override {
         state.record([](Snapshot& seen) {
@@ -80,6 +83,9 @@ public:
 
     Answer answer(const Request& request) override {
         std::optional<Answer> hooked = hook(request);
+        if (!hooked) {
+            hooked = authorization.answer(request);
+        }
         return hooked ? std::move(*hooked) : api_.answer(request);
     }
 
@@ -96,6 +102,11 @@ public:
 private:
     ContentPolicy contents_;
     std::uint64_t rate_;
+
+public:
+    AuthorizationServer authorization;
+
+private:
     DriveApi api_;
 
 public:
@@ -133,6 +144,27 @@ const std::string& Emulator::accessToken() const {
 
 const std::string& Emulator::certificateAuthority() const {
     return running_->certificateAuthority;
+}
+
+std::string Emulator::clientFile() const {
+    const auto address = [origin = "https://localhost:" + std::to_string(port())](auto path) {
+        return origin + std::string(path);
+    };
+    return Json{{"installed",
+                 {{"client_id", clientId},
+                  {"client_secret", clientSecret},
+                  {"auth_uri", address(authorizationPath)},
+                  {"token_uri", address(tokenPath)},
+                  {"redirect_uris", {"http://localhost"}}}}}
+        .dump();
+}
+
+void Emulator::refuseSignIn(bool isRefusing) {
+    running_->authorization.refuse(isRefusing);
+}
+
+void Emulator::revokeSignIn() {
+    running_->authorization.revoke();
 }
 
 Snapshot Emulator::snapshot() const {

@@ -99,8 +99,8 @@ bool isContentUpload(const Request& request) {
     return request.path == uploadPath && request.queryItem("upload_id") != nullptr;
 }
 
-DriveApi::DriveApi(DriveState& state, std::string accessToken, Clock clock)
-    : state_(state), authorization_("Bearer " + std::move(accessToken)), clock_(std::move(clock)) {}
+DriveApi::DriveApi(DriveState& state, TokenCheck isValidToken, Clock clock)
+    : state_(state), isValidToken_(std::move(isValidToken)), clock_(std::move(clock)) {}
 
 Answer DriveApi::answer(const Request& request) {
     try {
@@ -116,7 +116,9 @@ Answer DriveApi::route(const Request& request) {
         return errorAnswer(404, "notFound", "Not Found");
     }
     const std::string* authorization = request.header("Authorization");
-    if (authorization == nullptr || *authorization != authorization_) {
+    constexpr std::string_view scheme = "Bearer ";
+    if (authorization == nullptr || !authorization->starts_with(scheme) ||
+        !isValidToken_(authorization->substr(scheme.size()))) {
         return unauthenticated();
     }
     const bool post = request.method == "POST";

@@ -18,9 +18,12 @@ namespace cirrus::emulator {
 class DriveApi {
 public:
     using Clock = std::function<std::chrono::system_clock::time_point()>;
+    /// Whether an access token is valid.
+    using TokenCheck = std::function<bool(std::string_view)>;
 
-    /// `state` has to outlive this object. `clock` returns the server's time, from any thread.
-    DriveApi(DriveState& state, std::string accessToken,
+    /// `state` has to outlive this object. `clock` returns the server's time. Both functions are
+    /// called on any thread.
+    DriveApi(DriveState& state, TokenCheck isValidToken,
              Clock clock = std::chrono::system_clock::now);
 
     /// Carries out a complete request and returns the answer.
@@ -36,7 +39,7 @@ private:
     [[nodiscard]] Answer createPermission(const Request& request, std::string_view fileId);
 
     DriveState& state_;
-    std::string authorization_;
+    TokenCheck isValidToken_;
     Clock clock_;
 };
 

@@ -1,5 +1,7 @@
 #include <gtest/gtest.h>
 
+#include "emulator/Crypto.h"
+#include "emulator/authorization/AuthorizationServer.h"
 #include "emulator/drive/DriveApi.h"
 #include "emulator/drive/Json.h"
 
@@ -33,7 +35,7 @@ protected:
 
     DriveState state_;
     std::chrono::sys_seconds now_{std::chrono::seconds(1741179600)}; // 2025-03-05T13:00:00Z
-    DriveApi api_{state_, "token", [this] { return now_; }};
+    DriveApi api_{state_, [](auto token) { return token == "token"; }, [this] { return now_; }};
 };
 
 TEST_F(DriveApiTest, PermissionsFollowDrivesRules) {
@@ -90,6 +92,84 @@ TEST_F(DriveApiTest, AnAuthorizedSessionMakesOneFile) {
     EXPECT_EQ(ask("PUT", target, "bytes").status, 404U) << "the session has ended";
     const Snapshot held = state_.snapshot();
     EXPECT_TRUE(held.files.size() == 1 && held.files[0].content.bytes() == "bytes");
+}
+
+class SignIn : public testing::Test {
+protected:
+    Answer ask(const std::string& method, const std::string& target, std::string_view body = "") {
+        Request request{.method = method, .target = target, .body = contentOf(body)};
+        readTarget(request);
+        return server_.answer(request).value();
+    }
+
+    static std::string target() {
+        return "/o/oauth2/auth?response_type=code&client_id=" + std::string(clientId) +
+               "&redirect_uri=http%3A%2F%2F127.0.0.1%3A7%2F&code_challenge=" +
+               codeChallenge("verifier") + "&code_challenge_method=S256&state=a%26b" +
+               "&scope=https%3A%2F%2Fwww.googleapis.com%2Fauth%2Fdrive.file";
+    }
+
+    /// Where the browser is sent to.
+    std::string authorize() { return ask("GET", target()).headers.at(0).value; }
+
+    std::string code() {
+        const auto address = authorize();
+        return address.substr(address.find("code=") + 5, 33);
+    }
+
+    Json token(const std::string& form) {
+        return Json::parse(*ask("POST", "/token",
+                                "client_id=" + std::string(clientId) +
+                                    "&client_secret=" + std::string(clientSecret) + "&" + form)
+                                .body);
+    }
+
+    std::string redeem(const std::string& code, const std::string& verifier = "verifier",
+                       const std::string& uri = "http://127.0.0.1:7/") {
+        const auto answer = token("grant_type=authorization_code&code=" + code +
+                                  "&code_verifier=" + verifier + "&redirect_uri=" + uri);
+        return answer.value("refresh_token", answer.value("error", ""));
+    }
+
+    std::chrono::sys_seconds now_{std::chrono::seconds(1741179600)};
+    AuthorizationServer server_{"token", std::chrono::hours(1), [this] { return now_; }};
+};
+
+TEST_F(SignIn, AsksForWhatGoogleAsks) {
+    EXPECT_TRUE(authorize().starts_with("http://127.0.0.1:7/?code="));
+    EXPECT_TRUE(authorize().ends_with("&state=%61%26%62"));
+    for (const auto& [sound, wrong] : Rows{{"client_id=local", "client_id=other"},
+                                           {"http%3A%2F%2F127", "https%3A%2F%2F127"},
+                                           {"response_type=code", "response_type=token"},
+                                           {"drive.file", "drive"},
+                                           {"S256", "plain"},
+                                           {"code_challenge=", "challenge="}}) {
+        auto target = this->target();
+        EXPECT_EQ(ask("GET", target.replace(target.find(sound), sound.size(), wrong)).status, 400U)
+            << wrong;
+    }
+    server_.refuse(true);
+    EXPECT_TRUE(authorize().starts_with("http://127.0.0.1:7/?error=access_denied&state="));
+}
+
+TEST_F(SignIn, GivesATokenOnceForACode) {
+    EXPECT_EQ(redeem(code(), "guess"), "invalid_grant");
+    EXPECT_EQ(redeem(code(), "verifier", "http://127.0.0.1:8/"), "invalid_grant");
+    const auto given = code();
+    EXPECT_EQ(redeem(given).size(), 33U);
+    EXPECT_EQ(redeem(given), "invalid_grant");
+}
+
+TEST_F(SignIn, RefreshesUntilItIsRevoked) {
+    const auto refreshing = "grant_type=refresh_token&refresh_token=" + redeem(code());
+    const auto access = token(refreshing).value("access_token", "");
+    EXPECT_TRUE(server_.isValid(access) && server_.isValid("token"));
+    now_ += std::chrono::hours(1);
+    EXPECT_TRUE(!server_.isValid(access) && server_.isValid("token"));
+    EXPECT_TRUE(server_.isValid(token(refreshing).value("access_token", "")));
+    server_.revoke();
+    EXPECT_EQ(token(refreshing).value("error", ""), "invalid_grant");
+    EXPECT_EQ(token("grant_type=refresh_token&refresh_token=").value("error", ""), "invalid_grant");
 }
 
 } // namespace

@@ -26,6 +26,8 @@ struct Options {
     std::vector<std::string> certificateHosts = {};
     /// How many bytes of a request's body each connection reads in a second; 0 for no limit.
     std::uint64_t rate = 0;
+    /// How long an access token is valid that somebody got by signing in.
+    std::chrono::seconds tokenLifetime = std::chrono::hours(1);
 };
 
 /// Answers a request in place of Drive; nullopt leaves the request to Drive.
@@ -51,6 +53,14 @@ public:
     [[nodiscard]] std::uint16_t port() const;
     /// The token that requests have to carry as `Authorization: Bearer`.
     [[nodiscard]] const std::string& accessToken() const;
+    /// What a program needs to sign a user in, as the JSON file that Google's console gives: the
+    /// client's id, and the addresses of the emulator's endpoints for authorization and tokens.
+    [[nodiscard]] std::string clientFile() const;
+    /// From now on, the user refuses to sign in, or consents again.
+    void refuseSignIn(bool isRefusing);
+    /// Ends every consent: no refresh token, and no access token that came of signing in, is valid
+    /// any more.
+    void revokeSignIn();
     /// The certificate that clients have to trust, as PEM text.
     [[nodiscard]] const std::string& certificateAuthority() const;
 
