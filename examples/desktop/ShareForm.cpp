@@ -1,5 +1,7 @@
 #include "ShareForm.h"
 
+#include <QFile>
+#include <QFileDialog>
 #include <QHBoxLayout>
 
 #include <chrono>
@@ -30,8 +32,9 @@ std::chrono::system_clock::time_point endOf(QDate day) {
 
 } // namespace
 
-ShareForm::ShareForm(const std::optional<std::string>& knownToken, QWidget* parent)
+ShareForm::ShareForm(Account* account, QWidget* parent)
     : QWidget(parent),
+      account_(account),
       rows_(new QFormLayout(this)),
       root_(named<QLineEdit>("root")),
       destination_(named<QLineEdit>("destination")),
@@ -40,18 +43,26 @@ ShareForm::ShareForm(const std::optional<std::string>& knownToken, QWidget* pare
       expires_(new QCheckBox(tr("Ends a&fter"))),
       lastDay_(new QDateEdit),
       expirationHint_(new QLabel(tr("(needs an e-mail address)"))),
+      accountState_(new QLabel),
+      signIn_(new QPushButton),
+      usesToken_(new QCheckBox(tr("&Use an access token instead"))),
       token_(named<QLineEdit>("token", tr("Access token for Google Drive; never stored"))) {
     root_->setText("Stashly");
     destination_->setText(tr("Shared files"));
     message_->setTabChangesFocus(true);
     message_->setFixedHeight(fontMetrics().lineSpacing() * (messageLines + 1));
     token_->setEchoMode(QLineEdit::Password);
-    token_->setText(QString::fromStdString(knownToken.value_or("")));
-    addFields(!knownToken);
+    addFields();
     for (auto* field : {root_, destination_, email_, token_}) {
         connect(field, &QLineEdit::textChanged, this, &ShareForm::refresh);
     }
-    connect(expires_, &QCheckBox::toggled, this, &ShareForm::refresh);
+    for (const auto* box : {expires_, usesToken_}) {
+        connect(box, &QCheckBox::toggled, this, &ShareForm::refresh);
+    }
+    connect(signIn_, &QPushButton::clicked, this, &ShareForm::signInOrOut);
+    if (account_ != nullptr) {
+        connect(account_, &Account::changed, this, &ShareForm::refresh);
+    }
     refresh();
 }
 
@@ -62,7 +73,15 @@ QString ShareForm::missing() const {
     if (textOf(destination_).isEmpty()) {
         return tr("Enter a name for the new folder.");
     }
-    return textOf(token_).isEmpty() ? tr("Enter your access token for Google Drive.") : QString();
+    return account_ != nullptr ? missingToken() : QString();
+}
+
+QString ShareForm::missingToken() const {
+    if (usesToken_->isChecked()) {
+        return textOf(token_).isEmpty() ? tr("Enter your access token for Google Drive.")
+                                        : QString();
+    }
+    return account_->state() == Account::State::signedIn ? QString() : tr("Sign in to Google.");
 }
 
 cirrus::ShareController::Context
@@ -88,18 +107,56 @@ ShareForm::context(std::vector<std::filesystem::path> files) const {
 }
 
 std::string ShareForm::token() const {
-    return textOf(token_).toStdString();
+    return usesToken_->isChecked() ? textOf(token_).toStdString() : std::string();
 }
 
-void ShareForm::addFields(bool asksForToken) {
+void ShareForm::addFields() {
     rows_->setContentsMargins({});
     rows_->addRow(tr("R&oot folder:"), root_);
     rows_->addRow(tr("New fol&der:"), destination_);
     rows_->addRow(tr("&E-mail:"), email_);
     rows_->addRow(tr("&Message:"), message_);
     rows_->addRow(QString(), makeExpirationRow());
+    if (account_ != nullptr) {
+        rows_->addRow(tr("Account:"), makeAccountRow());
+        rows_->addRow(QString(), usesToken_);
+    }
     rows_->addRow(tr("&Token:"), token_);
-    rows_->setRowVisible(token_, asksForToken);
+}
+
+QLayout* ShareForm::makeAccountRow() {
+    accountState_->setObjectName("account");
+    accountState_->setTextFormat(Qt::PlainText);
+    accountState_->setWordWrap(true);
+    signIn_->setObjectName("signIn");
+    signIn_->setAutoDefault(false);
+    usesToken_->setObjectName("usesToken");
+    auto* row = new QHBoxLayout;
+    row->addWidget(accountState_, 1);
+    row->addWidget(signIn_);
+    return row;
+}
+
+void ShareForm::signInOrOut() {
+    if (account_->state() == Account::State::signedIn) {
+        account_->signOut();
+    } else if (account_->hasClient() || chooseClient()) {
+        account_->signIn();
+    }
+}
+
+/// Asks for the file that tells Google which program this is.
+bool ShareForm::chooseClient() {
+    QFile file(QFileDialog::getOpenFileName(
+        this, tr("The client's JSON file from Google's console"), QString(), tr("JSON (*.json)")));
+    if (!file.open(QIODevice::ReadOnly)) {
+        return false;
+    }
+    const bool isClient = account_->setClient(file.readAll());
+    if (!isClient) {
+        accountState_->setText(tr("This is not the file of a client for desktop applications."));
+    }
+    return isClient;
 }
 
 QLayout* ShareForm::makeExpirationRow() {
@@ -127,5 +184,22 @@ void ShareForm::refresh() {
     expires_->setEnabled(hasAddress);
     lastDay_->setEnabled(hasAddress && expires_->isChecked());
     expirationHint_->setVisible(!hasAddress);
+    rows_->setRowVisible(token_, usesToken_->isChecked());
+    if (account_ != nullptr) {
+        showAccount();
+    }
     emit edited();
+}
+
+void ShareForm::showAccount() {
+    const bool isSignedIn = account_->state() == Account::State::signedIn;
+    QString text = isSignedIn ? tr("Signed in") : tr("Not signed in");
+    if (account_->state() == Account::State::signingIn) {
+        text = tr("Go on in your web browser…");
+    }
+    accountState_->setText(account_->problem().isEmpty() ? text : account_->problem());
+    signIn_->setText(isSignedIn ? tr("S&ign out") : tr("S&ign in…"));
+    for (auto* widget : {static_cast<QWidget*>(accountState_), static_cast<QWidget*>(signIn_)}) {
+        widget->setEnabled(!usesToken_->isChecked());
+    }
 }

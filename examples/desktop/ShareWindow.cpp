@@ -10,11 +10,23 @@
 #include <QScrollArea>
 #include <QShortcut>
 
+#include <algorithm>
+#include <chrono>
+#include <utility>
+
 namespace {
 
 constexpr int margin = 16;
 constexpr QSize defaultSize(760, 680);
 constexpr int minimumListHeight = 120;
+
+/// How long a token has to be good for, on a slow line; a new one is good for an hour.
+std::chrono::seconds likelyDuration(qint64 size) {
+    using namespace std::chrono_literals;
+    constexpr qint64 bytesPerSecond = 1'000'000;
+    return std::min<std::chrono::seconds>(5min + std::chrono::seconds(size / bytesPerSecond),
+                                          50min);
+}
 
 QPushButton* makeButton(const char* name, const QString& text) {
     auto* button = new QPushButton(text);
@@ -34,15 +46,21 @@ QStringList localFiles(const QMimeData* data) {
 
 } // namespace
 
-ShareWindow::ShareWindow(const std::optional<std::string>& knownToken)
+ShareWindow::ShareWindow(const std::string& token) : ShareWindow(nullptr, token) {}
+
+ShareWindow::ShareWindow(Account& account) : ShareWindow(&account, {}) {}
+
+ShareWindow::ShareWindow(Account* account, std::string token)
     : QDialog(nullptr, Qt::Window),
+      account_(account),
+      knownToken_(std::move(token)),
       files_(new FileListModel(this)),
       task_(new ShareTask(this)),
       list_(new FileListView),
       summary_(new QLabel),
       add_(makeButton("add", tr("&Add files…"))),
       remove_(makeButton("remove", tr("&Remove"))),
-      form_(new ShareForm(knownToken)),
+      form_(new ShareForm(account)),
       progress_(new ProgressPanel),
       hint_(new QLabel),
       cancel_(makeButton("cancel", tr("Ca&ncel"))),
@@ -86,18 +104,18 @@ void ShareWindow::addFiles(const QStringList& paths) {
 }
 
 void ShareWindow::reject() {
-    task_->cancel();
+    cancel();
 }
 
 void ShareWindow::closeEvent(QCloseEvent* event) {
-    if (task_->isRunning()) {
+    if (isRunning()) {
         event->ignore();
         askWhetherToClose();
     }
 }
 
 void ShareWindow::dragEnterEvent(QDragEnterEvent* event) {
-    if (!task_->isRunning() && !localFiles(event->mimeData()).isEmpty()) {
+    if (!isRunning() && !localFiles(event->mimeData()).isEmpty()) {
         event->setDropAction(Qt::CopyAction);
         event->accept();
         list_->setDropTarget(true);
@@ -165,7 +183,7 @@ void ShareWindow::connectParts() {
         connect(files_, changed, this, &ShareWindow::refresh);
     }
     connect(form_, &ShareForm::edited, this, &ShareWindow::refresh);
-    connect(cancel_, &QPushButton::clicked, task_, &ShareTask::cancel);
+    connect(cancel_, &QPushButton::clicked, this, &ShareWindow::cancel);
     connect(share_, &QPushButton::clicked, this, &ShareWindow::share);
     connect(task_, &ShareTask::changed, this, &ShareWindow::showState);
 }
@@ -175,7 +193,30 @@ void ShareWindow::chooseFiles() {
 }
 
 void ShareWindow::share() {
-    task_->start(form_->context(files_->paths()), form_->token());
+    if (account_ == nullptr) {
+        start(knownToken_);
+    } else if (const auto token = form_->token(); !token.empty()) {
+        start(token);
+    } else {
+        isWaitingForToken_ = true;
+        account_->requestToken(likelyDuration(files_->totalSize()), [this](const QString& given) {
+            isWaitingForToken_ = false;
+            given.isEmpty() ? refresh() : start(given.toStdString());
+        });
+        refresh();
+    }
+}
+
+void ShareWindow::start(const std::string& token) {
+    task_->start(form_->context(files_->paths()), token);
+}
+
+void ShareWindow::cancel() {
+    if (std::exchange(isWaitingForToken_, false)) {
+        account_->cancelRequest();
+        refresh();
+    }
+    task_->cancel();
 }
 
 void ShareWindow::showState() {
@@ -228,7 +269,7 @@ void ShareWindow::askWhetherToClose() {
     const auto* stop = box->addButton(tr("&Stop and close"), QMessageBox::DestructiveRole);
     box->setAttribute(Qt::WA_DeleteOnClose);
     connect(stop, &QAbstractButton::clicked, this, [this] {
-        task_->cancel();
+        cancel();
         close();
     });
     // Nothing is left to ask when the files are shared first.
@@ -247,7 +288,7 @@ void ShareWindow::showSummary() {
 }
 
 void ShareWindow::refresh() {
-    const bool isRunning = task_->isRunning();
+    const bool isRunning = this->isRunning();
     const auto missing = files_->rowCount() == 0 ? tr("Add the files to share.") : form_->missing();
     // First, so that it takes the focus over from a button that is disabled below.
     share_->setEnabled(!isRunning && missing.isEmpty());

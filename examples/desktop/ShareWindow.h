@@ -6,9 +6,9 @@
 #include <QPushButton>
 #include <QStringList>
 
-#include <optional>
 #include <string>
 
+#include "Account.h"
 #include "FileListModel.h"
 #include "FileListView.h"
 #include "ProgressPanel.h"
@@ -20,8 +20,11 @@ class ShareWindow final : public QDialog {
     Q_OBJECT
 
 public:
-    /// Asks for the access token unless it is known.
-    explicit ShareWindow(const std::optional<std::string>& knownToken = std::nullopt);
+    /// Shares with this access token.
+    explicit ShareWindow(const std::string& token);
+
+    /// Has the user sign in, or enter an access token. `account` has to outlive the window.
+    explicit ShareWindow(Account& account);
 
     void addFiles(const QStringList& paths);
 
@@ -35,6 +38,7 @@ protected:
     void dropEvent(QDropEvent* event) override;
 
 private:
+    ShareWindow(Account* account, std::string token);
     void addFileRows(QBoxLayout* rows);
     void addButtonRow(QBoxLayout* rows);
     void connectParts();
@@ -46,6 +50,14 @@ private:
     void showSummary();
     void refresh();
 
+    [[nodiscard]] bool isRunning() const { return isWaitingForToken_ || task_->isRunning(); }
+
+    void cancel();
+    void start(const std::string& token);
+
+    Account* account_; ///< null if the token is known
+    const std::string knownToken_;
+    bool isWaitingForToken_ = false;
     FileListModel* files_;
     ShareTask* task_;
     FileListView* list_;

@@ -4,11 +4,13 @@
 
 #include <QApplication>
 #include <QCommandLineParser>
+#include <QFile>
 
 #include <algorithm>
 #include <iostream>
 #include <memory>
 
+#include "Keyring.h"
 #include "ShareWindow.h"
 #include <Cirrus/emulator/LocalDrive.h>
 
@@ -19,6 +21,7 @@ using cirrus::emulator::LocalDrive;
 struct Arguments {
     bool useEmulator = false;
     quint64 rate = 0; ///< of the emulator, in bytes a second; 0 for no limit
+    QString client;
     QStringList files;
 };
 
@@ -32,10 +35,14 @@ Arguments readArguments(const QApplication& application) {
     const QCommandLineOption rate("rate", "Megabytes that the local Drive reads in a second.",
                                   "MB");
     parser.addOption(rate);
+    const QCommandLineOption client(
+        "client", "The client's JSON file from Google's console, to sign in with.", "file");
+    parser.addOption(client);
     parser.addPositionalArgument("files", "What to share.", "[files...]");
     parser.process(application);
     return {.useEmulator = parser.isSet(emulator),
             .rate = static_cast<quint64>(1e6 * std::max(0.0, parser.value(rate).toDouble())),
+            .client = parser.value(client),
             .files = parser.positionalArguments()};
 }
 
@@ -47,8 +54,17 @@ int main(int count, char** values) {
     const auto arguments = readArguments(application);
     cirrus::useQtEventLoop();
 
+    Keyring keyring;
+    Account account(keyring);
+    if (QFile client(arguments.client);
+        !arguments.client.isEmpty() &&
+        !(client.open(QIODevice::ReadOnly) && account.setClient(client.readAll()))) {
+        std::cerr << "cirrus-desktop: no client for desktop applications in "
+                  << arguments.client.toStdString() << '\n';
+        return 1;
+    }
     std::unique_ptr<LocalDrive> drive;
-    std::optional<std::string> token;
+    std::unique_ptr<ShareWindow> window;
     if (arguments.useEmulator) {
         auto started =
             LocalDrive::start({.emulator = {.contents = cirrus::emulator::ContentPolicy::digest,
@@ -58,13 +74,12 @@ int main(int count, char** values) {
             return 1;
         }
         drive = *std::move(started);
-        token = (*drive)->accessToken();
+        window = std::make_unique<ShareWindow>((*drive)->accessToken());
+        window->setWindowTitle(ShareWindow::tr("Share files – local Drive"));
+    } else {
+        window = std::make_unique<ShareWindow>(account);
     }
-    ShareWindow window(token);
-    if (drive) {
-        window.setWindowTitle(ShareWindow::tr("Share files – local Drive"));
-    }
-    window.addFiles(arguments.files);
-    window.show();
+    window->addFiles(arguments.files);
+    window->show();
     return QApplication::exec();
 }

@@ -19,6 +19,16 @@ using cirrus::emulator::Answer;
 using cirrus::emulator::LocalDrive;
 using cirrus::emulator::Request;
 
+/// Nobody has signed in, and nobody will.
+class Forgetful final : public SecretStore {
+public:
+    void read(std::function<void(const QString&)> whenRead) override { whenRead({}); }
+
+    void write(const QString&, std::function<void(bool)> whenWritten) override {
+        whenWritten(false);
+    }
+};
+
 template <class Widget>
 Widget& part(const QWidget& window, const char* name) {
     return *window.findChild<Widget*>(name);
@@ -42,6 +52,7 @@ void fillIn(const ShareWindow& window, const std::string& token) {
     part<QPlainTextEdit>(window, "message").setPlainText("Hello Maria,\nhere are our pictures.");
     part<QCheckBox>(window, "expires").setChecked(true);
     part<QDateEdit>(window, "lastDay").setDate(QDate(QDate::currentDate().year(), 12, 31));
+    part<QCheckBox>(window, "usesToken").setChecked(true);
     part<QLineEdit>(window, "token").setText(QString::fromStdString(token));
 }
 
@@ -103,7 +114,9 @@ public:
     Camera(LocalDrive& drive, QString files) : drive_(drive), files_(std::move(files)) {}
 
     bool takeAll() {
-        ShareWindow window;
+        Forgetful store;
+        Account account(store);
+        ShareWindow window(account);
         window.show();
         save(window, "empty");
 

@@ -2,9 +2,14 @@
 
 #include <QApplication>
 #include <QClipboard>
+#include <QDesktopServices>
 #include <QMessageBox>
 #include <QMimeData>
+#include <QNetworkReply>
+#include <QSslConfiguration>
 #include <QTest>
+
+#include <algorithm>
 
 #include "examples/desktop/ShareWindow.h"
 #include "tests/support/Step.h"
@@ -16,6 +21,18 @@
 namespace cirrus::tests {
 
 namespace {
+
+class MemoryStore final : public SecretStore {
+public:
+    void read(std::function<void(const QString&)> whenRead) override { whenRead(secret); }
+
+    void write(const QString& value, std::function<void(bool)> whenWritten) override {
+        secret = value;
+        whenWritten(true);
+    }
+
+    QString secret;
+};
 
 /// The window as its user sees it, in front of a local Drive.
 class Desktop : public testing::Test {
@@ -29,6 +46,7 @@ protected:
         // Qt paints with threads of its own, which the thread sanitizer does not see through.
         window.setUpdatesEnabled(!qEnvironmentVariableIsSet("TSAN_OPTIONS"));
         window.show();
+        find<QCheckBox>("usesToken")->click();
         QTest::keyClicks(find<QLineEdit>("token"), (*drive)->accessToken().c_str());
     }
 
@@ -89,7 +107,9 @@ protected:
     std::unique_ptr<emulator::LocalDrive> drive = emulator::LocalDrive::start().value();
     TemporaryFolder folder;
     std::string words; ///< that the state has shown
-    ShareWindow window;
+    MemoryStore store;
+    Account account{store};
+    ShareWindow window{account};
 };
 
 TEST_F(Desktop, SharesWhatIsDroppedAndTyped) {
@@ -201,6 +221,113 @@ TEST_F(Desktop, ReallyStops) {
     find("share")->click(); // The window goes in the midst of it.
 }
 
+/// A browser whose user signs in at once.
+class Browser final : public QObject {
+    Q_OBJECT
+
+public:
+    Browser() { QDesktopServices::setUrlHandler("https", this, "open"); }
+
+    ~Browser() override { QDesktopServices::unsetUrlHandler("https"); }
+
+    Q_INVOKABLE void open(const QUrl& address) {
+        ++visits;
+        QNetworkRequest request(address);
+        // From HTTPS to plain HTTP on the same machine.
+        request.setAttribute(QNetworkRequest::RedirectPolicyAttribute,
+                             QNetworkRequest::ManualRedirectPolicy);
+        auto* const reply = network_.get(request);
+        connect(reply, &QNetworkReply::finished, this, [this, reply] {
+            network_.get(QNetworkRequest(reply->header(QNetworkRequest::LocationHeader).toUrl()));
+        });
+    }
+
+    int visits = 0;
+
+private:
+    QNetworkAccessManager network_;
+};
+
+class SignIn : public Desktop {
+protected:
+    SignIn() {
+        gate->open();
+        auto trusting = QSslConfiguration::defaultConfiguration();
+        trusting.setCaCertificates(
+            QSslCertificate::fromData(QByteArray::fromStdString((*drive)->certificateAuthority())));
+        QSslConfiguration::setDefaultConfiguration(trusting);
+        find<QCheckBox>("usesToken")->click();
+        EXPECT_TRUE(account.setClient(QByteArray::fromStdString((*drive)->clientFile())));
+        drop({file("one")});
+    }
+
+    void SetUp() override {
+        if (qEnvironmentVariableIsSet("TSAN_OPTIONS")) {
+            GTEST_SKIP() << "Qt's network threads are not instrumented";
+        }
+    }
+
+    bool awaitAccount(const QString& text) {
+        return QTest::qWaitFor([&] { return find<QLabel>("account")->text() == text; },
+                               1000 * patience.count());
+    }
+
+    /// How often the endpoint for tokens was asked.
+    auto tokensAsked() {
+        return std::ranges::count((*drive)->snapshot().requests, std::string("/token"),
+                                  &emulator::RecordedRequest::path);
+    }
+
+    Browser browser;
+};
+
+TEST_F(SignIn, IsAskedOfTheUserOnceOnly) {
+    EXPECT_EQ(find<QLabel>("hint")->text(), "Sign in to Google.");
+    EXPECT_FALSE(find("share")->isEnabled());
+    find("signIn")->click();
+    ASSERT_TRUE(awaitAccount("Signed in"));
+    for (int share = 0; share < 2; ++share) {
+        find("share")->click();
+        ASSERT_TRUE(await("Shared"));
+        words += "again ";
+    }
+    EXPECT_EQ(tokensAsked(), 1);
+
+    // The next time the program runs.
+    Account later(store);
+    EXPECT_TRUE(later.setClient(QByteArray::fromStdString((*drive)->clientFile())));
+    QString token;
+    later.requestToken(std::chrono::minutes(1), [&](const QString& given) { token = given; });
+    ASSERT_TRUE(QTest::qWaitFor([&] { return !token.isEmpty(); }, 1000 * patience.count()));
+    // What would not outlive a job is replaced before it.
+    later.requestToken(std::chrono::hours(2), [&](const QString& given) { token = given; });
+    ASSERT_TRUE(QTest::qWaitFor([&] { return tokensAsked() == 3; }, 1000 * patience.count()));
+    EXPECT_EQ(browser.visits, 1);
+}
+
+TEST_F(SignIn, CanBeRefusedAndTriedAgain) {
+    (*drive)->refuseSignIn(true);
+    find("signIn")->click();
+    ASSERT_TRUE(awaitAccount("You did not allow access to Google Drive."));
+    (*drive)->refuseSignIn(false);
+    find("signIn")->click();
+    ASSERT_TRUE(awaitAccount("Signed in"));
+    find("signIn")->click();
+    ASSERT_TRUE(awaitAccount("Not signed in"));
+    EXPECT_EQ(store.secret, "");
+}
+
+TEST_F(SignIn, EndsWhenItIsRevoked) {
+    store.secret = "of a consent that was revoked";
+    EXPECT_TRUE(account.setClient(QByteArray::fromStdString((*drive)->clientFile())));
+    ASSERT_TRUE(awaitAccount("Signed in"));
+    find("share")->click();
+    ASSERT_TRUE(awaitAccount("Google no longer accepts this sign-in. Sign in again."));
+    EXPECT_EQ(store.secret, "");
+    EXPECT_EQ(words, "");
+    EXPECT_FALSE(find("cancel")->isEnabled());
+}
+
 } // namespace
 
 } // namespace cirrus::tests
@@ -213,3 +340,5 @@ int main(int count, char** values) {
     testing::InitGoogleTest(&count, values);
     return RUN_ALL_TESTS();
 }
+
+#include "desktop_test.moc"

@@ -62,7 +62,8 @@ TEST(Records, FileLinksAreOptionalButNeverBroken) {
         EXPECT_EQ(File::decode(changed(fullFile, key, nullptr)).value().encode(),
                   changed(fullFile, key, {}));
         for (const auto& wrong : {JsonValue(""), JsonValue(1), JsonValue("https://h/a b")}) {
-            EXPECT_EQ(fault<File>(changed(fullFile, key, wrong)), key);
+            const std::optional<JsonValue> value(std::in_place, wrong);
+            EXPECT_EQ(fault<File>(changed(fullFile, key, value)), key);
         }
     }
 }
