@@ -19,6 +19,7 @@ namespace emulator = cirrus::emulator;
 struct Arguments {
     emulator::Options options;
     std::filesystem::path authorityFile;
+    std::filesystem::path clientFile;
     bool discard = false;
     bool list = false;
     bool requests = false;
@@ -30,6 +31,8 @@ void describe(CLI::App& app, Arguments& arguments) {
                    "Access token to ask for (default: a random one)");
     app.add_option("--ca-file", arguments.authorityFile,
                    "Where to write the certificate to trust (default: a temporary file)");
+    app.add_option("--client-file", arguments.clientFile,
+                   "Where to write the JSON file with which a program signs users in");
     app.add_option("--certificate-host", arguments.options.certificateHosts,
                    "Further host names for the certificate");
     app.add_option("--rate", arguments.options.rate,
@@ -116,6 +119,11 @@ int run(Arguments arguments) {
     const AuthorityFile authority(arguments.authorityFile);
     if (!authority.write((*drive)->certificateAuthority())) {
         std::cerr << "cannot write " << authority.path().string() << '\n';
+        return EXIT_FAILURE;
+    }
+    if (!arguments.clientFile.empty() &&
+        !(std::ofstream(arguments.clientFile) << (*drive)->clientFile() << std::flush)) {
+        std::cerr << "cannot write " << arguments.clientFile.string() << '\n';
         return EXIT_FAILURE;
     }
     std::cout << "address: https://127.0.0.1:" << (*drive)->port() << '\n'

@@ -3,9 +3,9 @@
 #include <QCryptographicHash>
 #include <QDateTime>
 #include <QDesktopServices>
+#include <QHostAddress>
 #include <QJsonDocument>
 #include <QJsonObject>
-#include <QHostAddress>
 #include <QNetworkReply>
 #include <QPointer>
 #include <QRandomGenerator>

@@ -39,8 +39,9 @@ public:
     /// Forgets everything, in the store too.
     void signOut();
 
-    /// Calls back with an access token that stays valid for this long, or as long as a new one does;
-    /// with an empty one if there is none, and `problem` says why. Later calls replace the callback.
+    /// Calls back with an access token that stays valid for this long, or as long as a new one
+    /// does; with an empty one if there is none, and `problem` says why. Later calls replace the
+    /// callback.
     void requestToken(std::chrono::seconds duration, std::function<void(const QString&)> whenThere);
 
     void cancelRequest() { whenTokenIsThere_ = nullptr; }

@@ -103,6 +103,7 @@ std::expected<Arguments, int> readArguments(int count, char** values) {
     std::vector<std::string> files;
 
     CLI::App app("Shares files through Google Drive and prints the link.", "cirrus-share");
+    app.footer("To get a token: cirrus-share sign-in --help");
     app.set_version_flag("--version", "cirrus-share " + std::string(cirrus::CirrusVersionString));
     app.add_option("--root", arguments.root, "Folder that holds all shares")
         ->type_name("NAME")

@@ -4,12 +4,13 @@
 
 #include <iostream>
 #include <memory>
-#include <optional>
+#include <utility>
 #include <vector>
 
 #include "Arguments.h"
 #include "Console.h"
 #include "LocalService.h"
+#include "SignIn.h"
 #include "Terminal.h"
 
 namespace {
@@ -57,6 +58,10 @@ int share(const Arguments& arguments, Terminal& terminal) {
 } // namespace
 
 int main(int count, char** values) {
+    if (auto words = utf8Arguments(count, values); !words.empty() && words.front() == "sign-in") {
+        words.erase(words.begin());
+        return signInCommand(std::move(words));
+    }
     auto arguments = readArguments(count, values);
     if (!arguments) {
         return arguments.error();

@@ -35,7 +35,8 @@ fi
 grep -q "Could not connect to Google" "$folder/error"
 echo "127.0.0.1 www.googleapis.com" >"$folder/hosts"
 
-exec 3< <(exec "$emulator" --port 443 --token the-token --ca-file "$folder/ca.pem")
+exec 3< <(exec "$emulator" --port 443 --token the-token --ca-file "$folder/ca.pem" \
+    --client-file "$folder/client.json")
 server=$!
 # The last of the three lines that it prints once it listens.
 while read -r -u 3 line && [[ $line != ca:* ]]; do :; done
@@ -49,3 +50,24 @@ grep -q "certificate is not trusted" "$folder/error"
 
 mount --bind "$folder/ca.pem" "$store"
 "$share" --token-file "$folder/token" "$folder/file.txt" | grep -qE '^https://drive\.google\.com/'
+
+# Signing in gives a token that the Drive takes. Each attempt has a browser of its own.
+# Usage: sign_in CHANGE-OF-THE-ADDRESS
+sign_in() {
+    mkfifo "$folder/address"
+    "$share" sign-in --client "$folder/client.json" --save "$folder/signed-in" 2>"$folder/address" &
+    exec 4<"$folder/address"
+    rm "$folder/address"
+    read -r -u 4 _
+    read -r -u 4 address
+    curl --silent --location "$(sed "$1" <<<"$address")" >"$folder/page"
+    wait $!
+}
+sign_in '' || { echo "FAILED: signing in"; exit 1; }
+[[ $(stat -c %a "$folder/signed-in") == 600 ]]
+grep -q "close this page" "$folder/page"
+"$share" --token-file "$folder/signed-in" "$folder/file.txt" | grep -qE '^https://drive\.google\.com/'
+if sign_in 's/code_challenge=..../code_challenge=AAAA/'; then
+    echo "FAILED: a code was good for another program"
+    exit 1
+fi

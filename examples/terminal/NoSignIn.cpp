@@ -1,0 +1,8 @@
+#include "SignIn.h"
+
+#include <iostream>
+
+int signInCommand(std::vector<std::string>) {
+    std::cerr << "cirrus-share: this build cannot sign in\n";
+    return 2;
+}
