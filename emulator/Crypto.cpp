@@ -173,7 +173,7 @@ std::string codeChallenge(std::string_view verifier) {
     std::array<unsigned char, EVP_MAX_MD_SIZE> digest{};
     unsigned size = 0;
     EVP_Digest(verifier.data(), verifier.size(), digest.data(), &size, EVP_sha256(), nullptr);
-    std::array<unsigned char, 2 * EVP_MAX_MD_SIZE> text{};
+    std::array<unsigned char, std::size_t{2} * EVP_MAX_MD_SIZE> text{};
     EVP_EncodeBlock(text.data(), digest.data(), static_cast<int>(size));
     std::string challenge(reinterpret_cast<const char*>(text.data()));
     challenge.resize(challenge.find('='));

@@ -9,6 +9,7 @@
 #include <QNetworkReply>
 #include <QPointer>
 #include <QRandomGenerator>
+#include <QTimer>
 
 #include <algorithm>
 #include <array>
@@ -139,14 +140,11 @@ void Account::makeFlow(const QJsonObject& client) {
 
 /// Soon: the browser still waits for its page.
 void Account::stopListening() {
-    QMetaObject::invokeMethod(
-        this,
-        [this] {
-            if (state_ != State::signingIn) {
-                redirection_->close();
-            }
-        },
-        Qt::QueuedConnection);
+    QTimer::singleShot(0, this, [this] {
+        if (state_ != State::signingIn) {
+            redirection_->close();
+        }
+    });
 }
 
 void Account::receiveToken() {

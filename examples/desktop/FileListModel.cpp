@@ -152,9 +152,8 @@ QVariant FileListModel::headerData(int section, Qt::Orientation orientation, int
         return {};
     }
     if (role == Qt::DisplayRole) {
-        return section == nameColumn   ? tr("Name")
-               : section == sizeColumn ? tr("Size")
-                                       : tr("State");
+        const QStringList names{tr("Name"), tr("State"), tr("Size")};
+        return names.value(section);
     }
     if (role == Qt::TextAlignmentRole) {
         return (Qt::AlignVCenter | (section == sizeColumn ? Qt::AlignRight : Qt::AlignLeft))

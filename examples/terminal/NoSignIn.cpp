@@ -2,7 +2,7 @@
 
 #include <iostream>
 
-int signInCommand(std::vector<std::string>) {
+int signInCommand(const std::vector<std::string>&) {
     std::cerr << "cirrus-share: this build cannot sign in\n";
     return 2;
 }

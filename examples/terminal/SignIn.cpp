@@ -13,10 +13,12 @@
 #include <array>
 #include <expected>
 #include <fstream>
+#include <iomanip>
 #include <iostream>
 #include <map>
 #include <memory>
 #include <random>
+#include <sstream>
 
 #include "Terminal.h"
 
@@ -31,13 +33,12 @@ constexpr auto scope = "https://www.googleapis.com/auth/drive.file";
 
 std::string unguessable() {
     std::random_device source;
-    std::string text;
+    std::ostringstream text;
+    text << std::hex << std::setfill('0');
     for (int count = 0; count < 8; ++count) {
-        std::array<char, 9> digits{};
-        std::snprintf(digits.data(), digits.size(), "%08x", source());
-        text += digits.data();
+        text << std::setw(8) << source();
     }
-    return text;
+    return text.str();
 }
 
 /// What PKCE calls the S256 challenge.
@@ -104,6 +105,9 @@ public:
     /// Waits for the browser; what it brings along.
     [[nodiscard]] Parameters wait() const {
         const int browser = ::accept(socket_, nullptr, nullptr);
+        if (browser < 0) {
+            return {};
+        }
         std::string head;
         std::array<char, 4096> block{};
         while (head.find("\r\n") == std::string::npos) {
@@ -139,11 +143,12 @@ Result<Json> post(const std::string& address, const Parameters& form) {
     curl_easy_setopt(easy.get(), CURLOPT_POSTFIELDS, body.c_str());
     curl_easy_setopt(easy.get(), CURLOPT_TIMEOUT, 30L);
     curl_easy_setopt(easy.get(), CURLOPT_WRITEDATA, &answer);
-    curl_easy_setopt(easy.get(), CURLOPT_WRITEFUNCTION,
-                     +[](const char* bytes, std::size_t, std::size_t count, std::string* to) {
-                         to->append(bytes, count);
-                         return count;
-                     });
+    curl_easy_setopt(
+        easy.get(), CURLOPT_WRITEFUNCTION,
+        +[](const char* bytes, std::size_t, std::size_t count, std::string* to) {
+            to->append(bytes, count);
+            return count;
+        });
     if (const auto code = curl_easy_perform(easy.get()); code != CURLE_OK) {
         return std::unexpected(curl_easy_strerror(code));
     }
@@ -169,8 +174,8 @@ Result<std::string> signIn(const Json& client) {
                               {"state", state},
                               {"code_challenge", challengeOf(verifier)},
                               {"code_challenge_method", "S256"}};
-    std::cerr << "Open this address in your web browser:\n" +
-                     textIn(client, "auth_uri") + "?" + encoded(question) + "\n";
+    std::cerr << "Open this address in your web browser:\n" + textIn(client, "auth_uri") + "?" +
+                     encoded(question) + "\n";
     // Something else may knock at the port, a request for an icon for example.
     Parameters answer;
     while (answer["state"] != state) {
@@ -179,13 +184,13 @@ Result<std::string> signIn(const Json& client) {
     if (!answer.contains("code")) {
         return std::unexpected("Google says: " + answer["error"]);
     }
-    const auto token = post(textIn(client, "token_uri"),
-                            {{"grant_type", "authorization_code"},
-                             {"code", answer["code"]},
-                             {"code_verifier", verifier},
-                             {"redirect_uri", redirection.address()},
-                             {"client_id", textIn(client, "client_id")},
-                             {"client_secret", textIn(client, "client_secret")}});
+    const auto token =
+        post(textIn(client, "token_uri"), {{"grant_type", "authorization_code"},
+                                           {"code", answer["code"]},
+                                           {"code_verifier", verifier},
+                                           {"redirect_uri", redirection.address()},
+                                           {"client_id", textIn(client, "client_id")},
+                                           {"client_secret", textIn(client, "client_secret")}});
     if (!token) {
         return std::unexpected(token.error());
     }
@@ -203,7 +208,7 @@ bool save(const std::string& token, const std::string& path) {
 
 } // namespace
 
-int signInCommand(std::vector<std::string> arguments) {
+int signInCommand(const std::vector<std::string>& arguments) {
     std::string clientFile;
     std::string file;
     CLI::App app("Signs in to Google with a web browser, and prints an access token that is good "
@@ -215,9 +220,8 @@ int signInCommand(std::vector<std::string> arguments) {
         ->required();
     app.add_option("--save", file, "Write the token there instead, for its owner only")
         ->type_name("FILE");
-    std::ranges::reverse(arguments);
     try {
-        app.parse(arguments);
+        app.parse(std::vector<std::string>(arguments.rbegin(), arguments.rend()));
     } catch (const CLI::ParseError& error) {
         return app.exit(error) == 0 ? 0 : 2;
     }

@@ -58,9 +58,9 @@ int share(const Arguments& arguments, Terminal& terminal) {
 } // namespace
 
 int main(int count, char** values) {
-    if (auto words = utf8Arguments(count, values); !words.empty() && words.front() == "sign-in") {
-        words.erase(words.begin());
-        return signInCommand(std::move(words));
+    if (const auto words = utf8Arguments(count, values);
+        !words.empty() && words.front() == "sign-in") {
+        return signInCommand({words.begin() + 1, words.end()});
     }
     auto arguments = readArguments(count, values);
     if (!arguments) {
