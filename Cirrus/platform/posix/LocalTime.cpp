@@ -7,8 +7,8 @@ namespace cirrus {
 
 std::string formatLocalTime(std::chrono::system_clock::time_point time) {
     // Rounding down, not towards zero: the fraction is cut before 1970 too.
-    const std::time_t seconds =
-        std::chrono::floor<std::chrono::seconds>(time).time_since_epoch().count();
+    const auto seconds =
+        std::chrono::system_clock::to_time_t(std::chrono::floor<std::chrono::seconds>(time));
     std::tm local{};
     // localtime_r need not notice a changed zone by itself.
     ::tzset();
