@@ -60,9 +60,18 @@ public:
         buffer_.reserve(readBufferSize);
     }
 
+    ClientConnection(const ClientConnection&) = delete;
+    ClientConnection& operator=(const ClientConnection&) = delete;
+
+    ~ClientConnection() {
+        if (thread_.joinable()) {
+            thread_.join();
+        }
+    }
+
     /// Serves the connection until it ends. The destructor waits for that.
     void start(ServerDelegate& delegate) {
-        thread_ = std::jthread([this, &delegate] { run(delegate); });
+        thread_ = std::thread([this, &delegate] { run(delegate); });
     }
 
     /// From any thread.
@@ -171,7 +180,7 @@ private:
     std::optional<RequestParser> parser_;
     std::mutex closing_;
     std::atomic<bool> finished_ = false;
-    std::jthread thread_; // last: destroyed before what it uses
+    std::thread thread_;
 };
 
 } // namespace
