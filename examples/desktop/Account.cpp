@@ -5,7 +5,6 @@
 #include <QDesktopServices>
 #include <QHostAddress>
 #include <QJsonDocument>
-#include <QJsonObject>
 #include <QNetworkReply>
 #include <QPointer>
 #include <QRandomGenerator>
@@ -91,11 +90,25 @@ void Account::requestToken(std::chrono::seconds duration,
                flow_->expirationAt() > QDateTime::currentDateTime().addSecs(duration.count())) {
         deliver(flow_->token());
     } else {
-        flow_->refreshAccessToken();
+        refresh();
     }
 }
 
+void Account::refresh() {
+    if (flow_->status() == QAbstractOAuth::Status::RefreshingToken) {
+        // An attempt that has failed, or that nobody waits for: this flow would wait for it for
+        // ever.
+        const auto refreshToken = flow_->refreshToken();
+        makeFlow(client_);
+        flow_->setRefreshToken(refreshToken);
+    }
+    flow_->refreshAccessToken();
+}
+
 void Account::makeFlow(const QJsonObject& client) {
+    client_ = client;
+    flow_.reset(); // before what it uses
+    delete redirection_;
     flow_ = std::make_unique<QOAuth2AuthorizationCodeFlow>(
         client.value("client_id").toString(), QUrl(client.value("auth_uri").toString()),
         QUrl(client.value("token_uri").toString()), &network_);
@@ -110,11 +123,12 @@ void Account::makeFlow(const QJsonObject& client) {
         if (stage == QAbstractOAuth::Stage::RequestingAuthorization) {
             const auto digest =
                 QCryptographicHash::hash(verifier_.toLatin1(), QCryptographicHash::Sha256);
-            parameters->insert("code_challenge", QString::fromLatin1(base64Url(digest)));
-            parameters->insert("code_challenge_method", "S256");
-            parameters->insert("access_type", "offline"); // for a refresh token
+            // Newer versions of Qt have put theirs there.
+            parameters->replace("code_challenge", QString::fromLatin1(base64Url(digest)));
+            parameters->replace("code_challenge_method", "S256");
+            parameters->replace("access_type", "offline"); // for a refresh token
         } else if (stage == QAbstractOAuth::Stage::RequestingAccessToken) {
-            parameters->insert("code_verifier", verifier_);
+            parameters->replace("code_verifier", verifier_);
             // It comes from the redirection still encoded.
             const auto code = parameters->value("code").toByteArray();
             parameters->replace("code", QUrl::fromPercentEncoding(code));

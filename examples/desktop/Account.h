@@ -1,5 +1,6 @@
 #pragma once
 
+#include <QJsonObject>
 #include <QNetworkAccessManager>
 #include <QOAuth2AuthorizationCodeFlow>
 #include <QOAuthHttpServerReplyHandler>
@@ -50,6 +51,7 @@ signals:
     void changed();
 
 private:
+    void refresh();
     void makeFlow(const QJsonObject& client);
     void stopListening();
     void receiveToken();
@@ -59,6 +61,7 @@ private:
 
     SecretStore& store_;
     QNetworkAccessManager network_;
+    QJsonObject client_;
     std::unique_ptr<QOAuth2AuthorizationCodeFlow> flow_;
     QOAuthHttpServerReplyHandler* redirection_ = nullptr; ///< where the browser comes back to
     QString verifier_; ///< of the authorization that is under way

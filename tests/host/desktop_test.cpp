@@ -317,6 +317,27 @@ TEST_F(SignIn, CanBeRefusedAndTriedAgain) {
     EXPECT_EQ(store.secret, "");
 }
 
+TEST_F(SignIn, OutlivesARefreshThatFails) {
+    find("signIn")->click();
+    ASSERT_TRUE(awaitAccount("Signed in"));
+    // The next time the program runs, Google is in trouble at first.
+    Account later(store);
+    EXPECT_TRUE(later.setClient(QByteArray::fromStdString((*drive)->clientFile())));
+    for (const bool isInTrouble : {true, false}) {
+        (*drive)->setHook([isInTrouble](const auto& request) {
+            return isInTrouble && request.path == "/token"
+                       ? std::optional(emulator::Answer{.status = 503, .body = ""})
+                       : std::nullopt;
+        });
+        std::optional<QString> token;
+        later.requestToken(std::chrono::minutes(1), [&](const QString& given) { token = given; });
+        ASSERT_TRUE(QTest::qWaitFor([&] { return token.has_value(); }, 1000 * patience.count()));
+        EXPECT_EQ(token->isEmpty(), isInTrouble);
+        EXPECT_EQ(later.problem().isEmpty(), !isInTrouble);
+        EXPECT_EQ(later.state(), Account::State::signedIn);
+    }
+}
+
 TEST_F(SignIn, EndsWhenItIsRevoked) {
     store.secret = "of a consent that was revoked";
     EXPECT_TRUE(account.setClient(QByteArray::fromStdString((*drive)->clientFile())));
