@@ -63,7 +63,7 @@ public:
     ClientConnection(const ClientConnection&) = delete;
     ClientConnection& operator=(const ClientConnection&) = delete;
 
-    ~ClientConnection() {
+    ~ClientConnection() override {
         if (thread_.joinable()) {
             thread_.join();
         }

@@ -159,7 +159,9 @@ TEST(HostileAnswer, IsClassifiedAndDoesNotReachTheNextRequest) {
         });
         const auto before = (*drive)->snapshot().requests.size();
         const auto outcome = exchange("row", answer.bodyReadFirst * 20'000'000);
-        EXPECT_TRUE(outcome.starts_with(expected)) << outcome;
+        // Newer versions of libcurl refuse the second length themselves.
+        const bool isRefused = name == "two lengths" && outcome.starts_with(lost);
+        EXPECT_TRUE(isRefused || outcome.starts_with(expected)) << outcome;
         EXPECT_EQ(exchange("next", 0), "next");
         EXPECT_EQ((*drive)->snapshot().requests.size(), before + 2);
     }
