@@ -22,7 +22,7 @@ function(add_programs_of page)
         target_include_directories(${target} PRIVATE ${PROJECT_SOURCE_DIR}/examples/logging)
         target_compile_options(${target} PRIVATE -Wall -Wextra -Wpedantic -Wconversion)
         target_link_libraries(${target}
-            PRIVATE Cirrus::Cirrus Cirrus::Emulator Qt6::Widgets PkgConfig::glib spdlog::spdlog_header_only)
+            PRIVATE Cirrus::Cirrus Cirrus::Emulator Qt6::Widgets PkgConfig::glib spdlog::spdlog)
         string(FIND "${rest}" "${fence}" start)
     endwhile()
     if(number EQUAL 0)
