@@ -253,5 +253,10 @@ int main(int count, char** arguments) {
         options.at(arguments[index]) = std::stoul(arguments[index + 1]);
     }
     cirrus::tests::threads.resize(2);
-    return cirrus::tests::soak(options["--schedules"], options["--seed"]) ? 0 : 1;
+    const bool isClean = cirrus::tests::soak(options["--schedules"], options["--seed"]);
+    // With what libraries keep for each thread.
+    for (auto& thread : cirrus::tests::threads) {
+        thread.stop(cirrus::tests::patience);
+    }
+    return isClean ? 0 : 1;
 }
