@@ -147,7 +147,7 @@ const std::string& Emulator::certificateAuthority() const {
 }
 
 std::string Emulator::clientFile() const {
-    const auto address = [origin = "https://localhost:" + std::to_string(port())](auto path) {
+    const auto address = [origin = "https://127.0.0.1:" + std::to_string(port())](auto path) {
         return origin + std::string(path);
     };
     return Json{{"installed",
