@@ -25,7 +25,7 @@ field "${development[0]}" Depends 'libcirrus1 \(= .*libssl-dev'
 dpkg-deb -x "${runtime[0]}" "$folder/root"
 # Neither is a matter of this processor, and older versions do not know of the second.
 ignored=(--nocfprotection)
-if hardening-check --help | grep -q -- branchprotection; then
+if [[ $(hardening-check --help) == *nobranchprotection* ]]; then
     ignored+=(--nobranchprotection)
 fi
 hardening-check "${ignored[@]}" "$folder"/root/usr/lib/*/libCirrus.so.*.* >"$folder/hardening" ||
