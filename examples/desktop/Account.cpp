@@ -38,7 +38,7 @@ Account::Account(SecretStore& store, QObject* parent) : QObject(parent), store_(
                                reply->error() == QNetworkReply::AuthenticationRequiredError;
         if (isRefusal) {
             // What is in the store is of no use any more.
-            store_.write({}, [](bool) {});
+            store_.write({});
             fail(tr("Google no longer accepts this sign-in. Sign in again."));
         } else if (reply->error() != QNetworkReply::NoError) {
             const auto problem =
@@ -77,7 +77,7 @@ void Account::signIn() {
 void Account::signOut() {
     flow_->setRefreshToken({});
     flow_->setToken({});
-    store_.write({}, [](bool) {});
+    store_.write({});
     enter(State::signedOut);
 }
 
@@ -164,7 +164,7 @@ void Account::stopListening() {
 void Account::receiveToken() {
     stopListening();
     if (state_ == State::signingIn) {
-        store_.write(flow_->refreshToken(), [](bool) {});
+        store_.write(flow_->refreshToken());
     }
     enter(State::signedIn);
     deliver(flow_->token());

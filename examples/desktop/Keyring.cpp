@@ -7,12 +7,10 @@
 namespace {
 
 constexpr auto service = "cirrus-desktop";
-constexpr auto key = "refresh-token";
 
-/// Starts a job that deletes itself at its end.
-void start(QKeychain::Job* job, QObject* context, std::function<void()> whenFinished) {
-    job->setKey(key);
-    QObject::connect(job, &QKeychain::Job::finished, context, std::move(whenFinished));
+/// It deletes itself at its end.
+void start(QKeychain::Job* job) {
+    job->setKey("refresh-token");
     job->start();
 }
 
@@ -20,21 +18,18 @@ void start(QKeychain::Job* job, QObject* context, std::function<void()> whenFini
 
 void Keyring::read(std::function<void(const QString&)> whenRead) {
     auto* const job = new QKeychain::ReadPasswordJob(service);
-    start(job, this, [job, whenRead = std::move(whenRead)] {
+    connect(job, &QKeychain::Job::finished, this, [job, whenRead = std::move(whenRead)] {
         whenRead(job->error() == QKeychain::NoError ? job->textData() : QString());
     });
+    start(job);
 }
 
-void Keyring::write(const QString& secret, std::function<void(bool)> whenWritten) {
-    QKeychain::Job* job = nullptr;
+void Keyring::write(const QString& secret) {
     if (secret.isEmpty()) {
-        job = new QKeychain::DeletePasswordJob(service);
+        start(new QKeychain::DeletePasswordJob(service));
     } else {
-        auto* const writing = new QKeychain::WritePasswordJob(service);
-        writing->setTextData(secret);
-        job = writing;
+        auto* const job = new QKeychain::WritePasswordJob(service);
+        job->setTextData(secret);
+        start(job);
     }
-    start(job, this, [job, whenWritten = std::move(whenWritten)] {
-        whenWritten(job->error() == QKeychain::NoError);
-    });
 }

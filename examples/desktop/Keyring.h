@@ -12,5 +12,5 @@ public:
     using QObject::QObject;
 
     void read(std::function<void(const QString&)> whenRead) override;
-    void write(const QString& secret, std::function<void(bool)> whenWritten) override;
+    void write(const QString& secret) override;
 };

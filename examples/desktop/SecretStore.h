@@ -16,6 +16,7 @@ public:
     /// Empty if there is none, or if the store cannot be opened.
     virtual void read(std::function<void(const QString& secret)> whenRead) = 0;
 
-    /// An empty secret is removed. False if the store did not take it.
-    virtual void write(const QString& secret, std::function<void(bool isKept)> whenWritten) = 0;
+    /// An empty secret is removed. A store that does not take it leaves the user to sign in again
+    /// the next time.
+    virtual void write(const QString& secret) = 0;
 };

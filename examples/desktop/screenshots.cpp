@@ -24,9 +24,7 @@ class Forgetful final : public SecretStore {
 public:
     void read(std::function<void(const QString&)> whenRead) override { whenRead({}); }
 
-    void write(const QString&, std::function<void(bool)> whenWritten) override {
-        whenWritten(false);
-    }
+    void write(const QString&) override {}
 };
 
 template <class Widget>

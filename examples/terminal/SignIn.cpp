@@ -17,6 +17,7 @@
 #include <iostream>
 #include <map>
 #include <memory>
+#include <optional>
 #include <random>
 #include <sstream>
 
@@ -102,11 +103,12 @@ public:
         return "http://127.0.0.1:" + std::to_string(port_) + "/";
     }
 
-    /// Waits for the browser; what it brings along.
-    [[nodiscard]] Parameters wait() const {
+    /// Waits for the browser; what it brings along, or nullopt if the system has no port to wait
+    /// at.
+    [[nodiscard]] std::optional<Parameters> wait() const {
         const int browser = ::accept(socket_, nullptr, nullptr);
         if (browser < 0) {
-            return {};
+            return std::nullopt;
         }
         std::string head;
         std::array<char, 4096> block{};
@@ -177,16 +179,19 @@ Result<std::string> signIn(const Json& client) {
     std::cerr << "Open this address in your web browser:\n" + textIn(client, "auth_uri") + "?" +
                      encoded(question) + "\n";
     // Something else may knock at the port, a request for an icon for example.
-    Parameters answer;
-    while (answer["state"] != state) {
+    std::optional<Parameters> answer;
+    do {
         answer = redirection.wait();
-    }
-    if (!answer.contains("code")) {
-        return std::unexpected("Google says: " + answer["error"]);
+        if (!answer) {
+            return std::unexpected("no port to which the browser could come back");
+        }
+    } while ((*answer)["state"] != state);
+    if (!answer->contains("code")) {
+        return std::unexpected("Google says: " + (*answer)["error"]);
     }
     const auto token =
         post(textIn(client, "token_uri"), {{"grant_type", "authorization_code"},
-                                           {"code", answer["code"]},
+                                           {"code", (*answer)["code"]},
                                            {"code_verifier", verifier},
                                            {"redirect_uri", redirection.address()},
                                            {"client_id", textIn(client, "client_id")},
@@ -202,7 +207,9 @@ Result<std::string> signIn(const Json& client) {
 /// Writes a file that only its owner may read.
 bool save(const std::string& token, const std::string& path) {
     ::umask(S_IRWXG | S_IRWXO);
-    std::filesystem::remove(path);
+    // A file that is there already would keep its own permissions.
+    std::error_code failure;
+    std::filesystem::remove(path, failure);
     return static_cast<bool>(std::ofstream(path) << token << std::flush);
 }
 

@@ -26,10 +26,7 @@ class MemoryStore final : public SecretStore {
 public:
     void read(std::function<void(const QString&)> whenRead) override { whenRead(secret); }
 
-    void write(const QString& value, std::function<void(bool)> whenWritten) override {
-        secret = value;
-        whenWritten(true);
-    }
+    void write(const QString& value) override { secret = value; }
 
     QString secret;
 };

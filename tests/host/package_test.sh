@@ -1,11 +1,14 @@
 #!/usr/bin/env bash
-# Unpacks the Debian packages that scripts/package has made, and builds a host on them.
+# Unpacks the Debian packages that scripts/package has made, and builds a host on them. Needs lintian
+# and devscripts.
 # Usage: package_test.sh SOURCE-FOLDER PACKAGES-FOLDER
 set -euo pipefail
 
 sources=$1
 folder=$(mktemp -d)
 trap 'rm -rf "$folder"' EXIT
+
+lintian --fail-on error,warning --allow-root "$2"/*.changes
 
 runtime=("$2"/libcirrus1_*.deb)
 development=("$2"/libcirrus-dev_*.deb)
