@@ -7,6 +7,7 @@
 #include "Cirrus/Log.h"
 #include "Cirrus/platform/errors/ErrorKind.h"
 #include "Cirrus/platform/files/FileContents.h"
+#include "Cirrus/platform/files/SystemFile.h"
 
 namespace cirrus {
 

@@ -42,6 +42,9 @@ install(FILES ${PROJECT_BINARY_DIR}/CirrusConfig.cmake ${PROJECT_BINARY_DIR}/Cir
 file(RELATIVE_PATH cirrus_prefix_from_pc
     /${CMAKE_INSTALL_LIBDIR}/pkgconfig /)
 set(cirrus_pc_files cirrus.pc)
+if(WIN32)
+    set(cirrus_pc_definitions " -DCIRRUS_EXPORT=")
+endif()
 if(CIRRUS_BUILD_EMULATOR)
     list(APPEND cirrus_pc_files cirrus-emulator.pc)
 endif()

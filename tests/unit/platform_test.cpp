@@ -8,6 +8,7 @@
 #include <clocale>
 
 #include "Cirrus/platform/files/FileContents.h"
+#include "Cirrus/platform/files/SystemFile.h"
 #include "Cirrus/platform/formats/LocalTime.h"
 #include "tests/support/TemporaryFolder.h"
 #include <Cirrus/MainQueue.h>

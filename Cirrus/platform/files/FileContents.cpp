@@ -55,10 +55,6 @@ Result<SharedBytes, FileReadError> readToEnd(const SystemFile& file) {
 
 } // namespace
 
-std::optional<std::uint64_t> fileSize(const std::filesystem::path& path) {
-    return SystemFile::size(path);
-}
-
 Result<SharedBytes, FileReadError> FileReader::read(const std::filesystem::path& path) {
     const SystemFile file(path);
     const auto attributes = file.attributes();
@@ -94,7 +90,7 @@ bool FileReader::reserve(std::size_t size) {
 }
 
 std::string lastPathComponent(const std::filesystem::path& path) {
-    const auto whole = SystemFile::pathText(path);
+    const auto whole = pathText(path);
     std::string_view text = whole;
     while (text.size() > 1 && text.ends_with('/')) {
         text.remove_suffix(1);

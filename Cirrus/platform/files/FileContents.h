@@ -1,10 +1,8 @@
 #pragma once
 
 #include <cstddef>
-#include <cstdint>
 #include <filesystem>
 #include <memory>
-#include <optional>
 #include <string>
 
 #include <Cirrus/Error.h>
@@ -20,9 +18,6 @@ struct FileReadError {
 
     [[nodiscard]] std::string diagnosticText() const { return text; }
 };
-
-/// The size in bytes from the file's attributes; nullopt if they cannot be read.
-[[nodiscard]] std::optional<std::uint64_t> fileSize(const std::filesystem::path& path);
 
 /// Reads whole files into memory, one after another. Uses the memory of an earlier file again once
 /// nobody holds it: the heap tends to break up a large block between two files, and then a batch

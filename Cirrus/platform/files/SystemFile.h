@@ -28,14 +28,15 @@ public:
     /// Reads some bytes: how many, 0 at the end, nullopt on failure. May fail with EINTR.
     [[nodiscard]] std::optional<std::size_t> read(std::byte* to, std::size_t room) const;
 
-    /// The size from the attributes of a file that need not be readable; nullopt if there is none.
-    [[nodiscard]] static std::optional<std::uint64_t> size(const std::filesystem::path& path);
-
-    /// The path with slashes between its components; as a rule UTF-8, which POSIX does not demand.
-    [[nodiscard]] static std::string pathText(const std::filesystem::path& path);
-
 private:
     int descriptor_;
 };
+
+/// The size in bytes from the attributes of a file, which need not be readable itself; nullopt if
+/// they cannot be read.
+[[nodiscard]] std::optional<std::uint64_t> fileSize(const std::filesystem::path& path);
+
+/// The path with slashes between its components; as a rule UTF-8, which POSIX does not demand.
+[[nodiscard]] std::string pathText(const std::filesystem::path& path);
 
 } // namespace cirrus

@@ -5,6 +5,7 @@
 #include <utility>
 
 #include "Cirrus/platform/formats/UrlBuilder.h"
+#include "Cirrus/platform/http/CurlError.h"
 #include "Cirrus/platform/http/Sockets.h"
 
 namespace cirrus {
@@ -25,32 +26,6 @@ constexpr std::uint64_t longestWholeBody = std::uint64_t{64} * 1024;
 
 /// A kept connection that was idle for more seconds is not reused: servers close theirs about then.
 constexpr long longestReuse = 15;
-
-TransportError ownError(std::string text) {
-    return {.reason = TransportError::Reason::other, .code = 0, .text = std::move(text)};
-}
-
-TransportError::Reason reasonFor(CURLcode code) {
-    using enum TransportError::Reason;
-    switch (code) {
-    case CURLE_COULDNT_RESOLVE_PROXY:
-    case CURLE_COULDNT_RESOLVE_HOST:
-    case CURLE_COULDNT_CONNECT:
-        return noConnection;
-    case CURLE_OPERATION_TIMEDOUT:
-        return timedOut;
-    case CURLE_PEER_FAILED_VERIFICATION:
-    case CURLE_SSL_ISSUER_ERROR:
-        return untrustedCertificate;
-    case CURLE_GOT_NOTHING:
-    case CURLE_PARTIAL_FILE:
-    case CURLE_SEND_ERROR:
-    case CURLE_RECV_ERROR:
-        return connectionLost;
-    default:
-        return other;
-    }
-}
 
 } // namespace
 
@@ -230,31 +205,10 @@ HeaderFields CurlTransfer::receivedHeaders() const {
 
 TransportError CurlTransfer::errorFor(CURLcode code) const {
     if (!abortReason_.empty()) {
-        auto error = ownError(abortReason_);
-        if (wasLost_) {
-            error.reason = TransportError::Reason::connectionLost;
-        }
-        return error;
+        using enum TransportError::Reason;
+        return {.reason = wasLost_ ? connectionLost : other, .code = 0, .text = abortReason_};
     }
-    const std::string_view text = errorText_.data();
-    if (code == CURLE_COULDNT_RESOLVE_PROXY || text.starts_with("Unsupported proxy")) {
-        // libcurl's text may quote the proxy's password.
-        return {.reason = TransportError::Reason::noConnection,
-                .code = code,
-                .text = "The proxy's address is of no use"};
-    }
-    if (code == CURLE_OUT_OF_MEMORY) {
-        // libcurl 7.88 has no other code for it.
-        return ownError("A field of the answer's head is too long, or memory has run out");
-    }
-    if (code == CURLE_OPERATION_TIMEDOUT) {
-        return {.reason = TransportError::Reason::timedOut,
-                .code = code,
-                .text = "Nothing moved for " + std::to_string(idleLimit().count()) + " ms"};
-    }
-    return {.reason = reasonFor(code),
-            .code = code,
-            .text = std::string(text.empty() ? curl_easy_strerror(code) : text)};
+    return curlError(code, errorText_.data(), idleLimit());
 }
 
 /// libcurl sends a request again if a kept connection turns out to be dead. What the server has

@@ -46,13 +46,13 @@ std::optional<std::size_t> SystemFile::read(std::byte* to, std::size_t room) con
     return count < 0 ? std::nullopt : std::optional(static_cast<std::size_t>(count));
 }
 
-std::optional<std::uint64_t> SystemFile::size(const std::filesystem::path& path) {
+std::optional<std::uint64_t> fileSize(const std::filesystem::path& path) {
     struct stat attributes{};
     return ::stat(path.c_str(), &attributes) != 0 ? std::nullopt
                                                   : std::optional(sizeIn(attributes));
 }
 
-std::string SystemFile::pathText(const std::filesystem::path& path) {
+std::string pathText(const std::filesystem::path& path) {
     return path.native();
 }
 

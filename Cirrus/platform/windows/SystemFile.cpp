@@ -49,7 +49,7 @@ std::optional<std::size_t> SystemFile::read(std::byte* to, std::size_t room) con
     return count < 0 ? std::nullopt : std::optional(static_cast<std::size_t>(count));
 }
 
-std::optional<std::uint64_t> SystemFile::size(const std::filesystem::path& path) {
+std::optional<std::uint64_t> fileSize(const std::filesystem::path& path) {
     WIN32_FILE_ATTRIBUTE_DATA attributes{};
     if (::GetFileAttributesExW(longForm(path).c_str(), GetFileExInfoStandard, &attributes) == 0) {
         return std::nullopt;
@@ -57,7 +57,7 @@ std::optional<std::uint64_t> SystemFile::size(const std::filesystem::path& path)
     return std::uint64_t{attributes.nFileSizeHigh} << 32U | attributes.nFileSizeLow;
 }
 
-std::string SystemFile::pathText(const std::filesystem::path& path) {
+std::string pathText(const std::filesystem::path& path) {
     // Not path::u8string(), which throws if the name is not UTF-16, as names of files need not be.
     const auto wide = path.generic_wstring();
     const auto convert = [&wide](char* to, int room) {
