@@ -30,8 +30,8 @@ std::string formatLocalTime(std::chrono::system_clock::time_point time) {
     SYSTEMTIME local{};
     FILETIME localFileTime{};
     ::FileTimeToSystemTime(&fileTime, &universal);
-    // By the rules of that year, which need not be those of today.
-    ::SystemTimeToTzSpecificLocalTimeEx(nullptr, &universal, &local);
+    // By the rules of today; Wine lacks the call that knows those of other years.
+    ::SystemTimeToTzSpecificLocalTime(nullptr, &universal, &local);
     ::SystemTimeToFileTime(&local, &localFileTime);
     const auto offset =
         std::chrono::duration_cast<std::chrono::minutes>(Ticks(ticksIn(localFileTime)) - ticks);
