@@ -5,6 +5,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <optional>
+#include <string>
 #include <string_view>
 #include <type_traits>
 
@@ -17,9 +18,8 @@ concept CodingKey = std::is_enum_v<Key> && requires(Key key) {
     { keyTexts(key)[0] } -> std::convertible_to<std::string_view>;
 };
 
-template <CodingKey Key>
-[[nodiscard]] constexpr std::string_view keyText(Key key) {
-    return keyTexts(key)[static_cast<std::size_t>(key)];
+[[nodiscard]] std::string keyText(CodingKey auto key) {
+    return std::string(keyTexts(key)[static_cast<std::size_t>(key)]);
 }
 
 /// The case of a key text; none unless it is spelled exactly so.

@@ -10,7 +10,9 @@ struct DecodingError {
     std::string key;
     std::string reason;
 
-    [[nodiscard]] std::string diagnosticText() const;
+    [[nodiscard]] std::string diagnosticText() const {
+        return key.empty() ? reason : "\"" + key + "\": " + reason;
+    }
 };
 
 } // namespace cirrus

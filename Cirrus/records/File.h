@@ -4,17 +4,13 @@
 #include <optional>
 #include <string>
 #include <string_view>
+#include <tuple>
 
-#include <Cirrus/Error.h>
 #include <Cirrus/Url.h>
-
-#include "Cirrus/platform/formats/JsonValue.h"
-#include "Cirrus/records/CodingKey.h"
-#include "Cirrus/records/DecodingError.h"
 
 namespace cirrus {
 
-/// A file resource of Drive; a folder is one too.
+/// A file resource of Drive; a folder is one too. RecordCoder.h reads and writes it.
 struct File {
     enum class CodingKeys { identifier, kind, name, mimeType, webLink, downloadLink };
 
@@ -30,10 +26,10 @@ struct File {
     std::optional<Url> webLink;
     std::optional<Url> downloadLink;
 
-    [[nodiscard]] static Result<File, DecodingError> decode(const JsonValue& json);
-
-    /// The mirror of `decode`; an absent link has no key.
-    [[nodiscard]] JsonValue encode() const;
+    static constexpr auto members() {
+        return std::tuple(&File::identifier, &File::kind, &File::name, &File::mimeType,
+                          &File::webLink, &File::downloadLink);
+    }
 
     friend bool operator==(const File&, const File&) = default;
 };

@@ -21,10 +21,9 @@ struct FileList {
     bool incompleteSearch = false;
     std::vector<File> files;
 
-    [[nodiscard]] static Result<FileList, DecodingError> decode(const JsonValue& json);
-
-    /// The mirror of `decode`.
-    [[nodiscard]] JsonValue encode() const;
+    static constexpr auto members() {
+        return std::tuple(&FileList::kind, &FileList::incompleteSearch, &FileList::files);
+    }
 };
 
 } // namespace cirrus

@@ -4,12 +4,7 @@
 #include <optional>
 #include <string>
 #include <string_view>
-
-#include <Cirrus/Error.h>
-
-#include "Cirrus/platform/formats/JsonValue.h"
-#include "Cirrus/records/CodingKey.h"
-#include "Cirrus/records/DecodingError.h"
+#include <tuple>
 
 namespace cirrus {
 
@@ -28,10 +23,10 @@ struct Permission {
     std::string role;
     std::optional<bool> allowFileDiscovery;
 
-    [[nodiscard]] static Result<Permission, DecodingError> decode(const JsonValue& json);
-
-    /// The mirror of `decode`; an absent `allowFileDiscovery` has no key.
-    [[nodiscard]] JsonValue encode() const;
+    static constexpr auto members() {
+        return std::tuple(&Permission::kind, &Permission::identifier, &Permission::type,
+                          &Permission::role, &Permission::allowFileDiscovery);
+    }
 };
 
 } // namespace cirrus

@@ -1,16 +1,14 @@
 #include "Cirrus/records/RecordCoder.h"
 
-namespace cirrus {
+#include "Cirrus/records/ServiceError.h"
 
-std::string DecodingError::diagnosticText() const {
-    return key.empty() ? reason : "\"" + key + "\": " + reason;
-}
+namespace cirrus {
 
 std::string readValue(const JsonValue& json, std::string& text) {
     if (!json.is_string()) {
         return "not a text";
     }
-    text = json.get<std::string>();
+    json.get_to(text);
     return {};
 }
 
@@ -30,11 +28,7 @@ std::string readValue(const JsonValue& json, std::int64_t& number) {
 }
 
 std::string readValue(const JsonValue& json, std::optional<Url>& url) {
-    std::string text;
-    if (auto problem = readValue(json, text); !problem.empty()) {
-        return problem;
-    }
-    url = Url::parse(text);
+    url = json.is_string() ? Url::parse(json.get<std::string>()) : std::nullopt;
     return url ? "" : "not a URL";
 }
 
@@ -47,16 +41,25 @@ JsonValue writeValue(bool boolean) {
 }
 
 JsonValue writeValue(const std::optional<bool>& boolean) {
-    return boolean ? JsonValue(*boolean) : JsonValue(JsonValue::value_t::discarded);
+    return boolean ? JsonValue(*boolean) : JsonValue();
 }
 
 JsonValue writeValue(const std::optional<Url>& url) {
-    return url ? JsonValue(url->text()) : JsonValue(JsonValue::value_t::discarded);
+    return url ? JsonValue(url->text()) : JsonValue();
 }
 
-const JsonValue* findMember(const JsonValue& object, std::string_view key) {
+const JsonValue* findMember(const JsonValue& object, const std::string& key) {
     const auto found = object.find(key);
     return found != object.end() && !found->is_null() ? &*found : nullptr;
+}
+
+Result<ServiceError, DecodingError> ServiceError::decode(const JsonValue& json) {
+    const auto key = keyText(ContainerKeys::error);
+    const auto* envelope = json.is_object() ? findMember(json, key) : nullptr;
+    if (envelope == nullptr) {
+        return std::unexpected(DecodingError{.key = key, .reason = "missing or null"});
+    }
+    return decodeRecord<ServiceError>(*envelope);
 }
 
 } // namespace cirrus

@@ -5,11 +5,11 @@
 #include <optional>
 #include <string>
 #include <string_view>
+#include <tuple>
 
 #include <Cirrus/Error.h>
 
 #include "Cirrus/platform/formats/JsonValue.h"
-#include "Cirrus/records/CodingKey.h"
 #include "Cirrus/records/DecodingError.h"
 
 namespace cirrus {
@@ -19,6 +19,7 @@ namespace cirrus {
 struct ServiceError {
     enum class ContainerKeys { error };
     enum class ServiceErrorKeys { code, message };
+    using CodingKeys = ServiceErrorKeys;
 
     friend constexpr auto keyTexts(ContainerKeys) {
         return std::to_array<std::string_view>({"error"});
@@ -31,9 +32,16 @@ struct ServiceError {
     std::int64_t code = 0;
     std::string message;
 
+    static constexpr auto members() {
+        return std::tuple(&ServiceError::code, &ServiceError::message);
+    }
+
+    /// Reads it out of its envelope.
     [[nodiscard]] static Result<ServiceError, DecodingError> decode(const JsonValue& json);
 
-    [[nodiscard]] std::string diagnosticText() const;
+    [[nodiscard]] std::string diagnosticText() const {
+        return std::to_string(code) + ": " + message;
+    }
 
     /// The service's own message, unchanged; never absent.
     [[nodiscard]] std::optional<std::string> errorDescription() const { return message; }

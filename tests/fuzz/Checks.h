@@ -5,6 +5,7 @@
 #include "Cirrus/platform/formats/Json.h"
 #include "Cirrus/records/FileList.h"
 #include "Cirrus/records/Permission.h"
+#include "Cirrus/records/RecordCoder.h"
 
 namespace cirrus {
 
@@ -22,10 +23,11 @@ void tryRecords(const JsonValue& json) {
         if (!record) {
             return true;
         }
-        const auto written = record->encode();
-        return decode(parseJson(writeJson(written).value()).value()).value().encode() == written;
+        const auto written = encodeRecord(*record);
+        return encodeRecord(decode(parseJson(writeJson(written).value()).value()).value()) ==
+               written;
     };
-    require((isSame(Record::decode(json), Record::decode) && ...));
+    require((isSame(decodeRecord<Record>(json), decodeRecord<Record>) && ...));
 }
 
 } // namespace cirrus

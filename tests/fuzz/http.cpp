@@ -21,7 +21,7 @@ static HttpOutcome outcomeOf(std::istringstream input) {
     std::getline(input, line);
     while (std::getline(input, line) && line != "\r") {
         const auto colon = line.find(':');
-        outcome.response->headers.add(line.substr(0, colon), line.substr(colon + 1));
+        outcome.response->headers.emplace_back(line.substr(0, colon), line.substr(colon + 1));
     }
     if (input) {
         outcome.body.emplace(std::istreambuf_iterator(input), std::istreambuf_iterator<char>());
@@ -47,7 +47,7 @@ static void tryAnswer(const HttpOutcome& outcome) {
         tryRecords<File, FileList, Permission>(*json);
     }
     if (const auto location =
-            outcome.response ? outcome.response->headers.value("Location") : std::nullopt) {
+            outcome.response ? headerValue(outcome.response->headers, "Location") : std::nullopt) {
         const auto url = Url::parse(*location);
         require(!url || url->text() == *location);
         require(!url || !UrlBuilder::isHttps(*url) ||

@@ -3,6 +3,7 @@
 #include "Cirrus/platform/formats/Json.h"
 #include "Cirrus/records/FileList.h"
 #include "Cirrus/records/Permission.h"
+#include "Cirrus/records/RecordCoder.h"
 #include "Cirrus/records/ServiceError.h"
 
 namespace cirrus::tests {
@@ -30,7 +31,7 @@ JsonValue changed(std::string_view object, const std::string& key, std::optional
 /// The key at fault; "decoded" when there is none.
 template <class Record>
 std::string fault(const JsonValue& value) {
-    const auto record = Record::decode(value);
+    const auto record = decodeRecord<Record>(value);
     return record ? "decoded" : record.error().key;
 }
 
@@ -54,12 +55,12 @@ TEST(Records, NeedEachRequiredMemberAndNameTheFirstThatIsWrong) {
     expectRequired<Permission>(permission, {"kind", "id", "type", "role"});
     EXPECT_EQ(fault<File>(json(R"({"mimeType":1,"name":2,"id":"","kind":""})")), "name");
     EXPECT_EQ(fault<File>(json(R"({"ID":"1","kind":"k","name":"n","mimeType":"m"})")), "id");
-    EXPECT_EQ(File::decode(json("{}")).error().diagnosticText(), "\"id\": missing or null");
+    EXPECT_EQ(decodeRecord<File>(json("{}")).error().diagnosticText(), "\"id\": missing or null");
 }
 
 TEST(Records, FileLinksAreOptionalButNeverBroken) {
     for (const std::string key : {"webViewLink", "webContentLink"}) {
-        EXPECT_EQ(File::decode(changed(fullFile, key, nullptr)).value().encode(),
+        EXPECT_EQ(encodeRecord(decodeRecord<File>(changed(fullFile, key, nullptr)).value()),
                   changed(fullFile, key, {}));
         for (const auto& wrong : {JsonValue(""), JsonValue(1), JsonValue("https://h/a b")}) {
             const std::optional<JsonValue> value(std::in_place, wrong);
@@ -73,23 +74,25 @@ TEST(Records, FileListKeepsItsOrderAndFailsAsAWhole) {
         R"({"kind":"k","incompleteSearch":false,"files":[)" + std::string(fullFile);
     EXPECT_EQ(fault<FileList>(json(head + R"(,{"id":"a"}]})")), "files");
     EXPECT_EQ(fault<FileList>(json(head + ",null]}")), "files");
-    const auto list = FileList::decode(json(head + "," + bareFile + "]}")).value();
-    EXPECT_EQ(list.files.at(0), File::decode(json(fullFile)).value());
-    EXPECT_EQ(list.files.at(1), File::decode(json(bareFile)).value());
-    EXPECT_EQ(list.encode(), json(head + "," + bareFile + "]}"));
+    const auto list = decodeRecord<FileList>(json(head + "," + bareFile + "]}")).value();
+    EXPECT_EQ(list.files.at(0), decodeRecord<File>(json(fullFile)).value());
+    EXPECT_EQ(list.files.at(1), decodeRecord<File>(json(bareFile)).value());
+    EXPECT_EQ(encodeRecord(list), json(head + "," + bareFile + "]}"));
 }
 
 TEST(Records, EncodeToWhatTheyWereDecodedFrom) {
     for (const auto& given : {json(bareFile), json(fullFile)}) {
-        EXPECT_EQ(File::decode(given).value().encode(), given);
+        EXPECT_EQ(encodeRecord(decodeRecord<File>(given).value()), given);
     }
-    EXPECT_EQ(File::decode(json(fullFile)).value().downloadLink, Url::parse("relative/reference"));
+    EXPECT_EQ(decodeRecord<File>(json(fullFile)).value().downloadLink,
+              Url::parse("relative/reference"));
     const std::string key = "allowFileDiscovery";
     for (const auto& given :
          {json(permission), changed(permission, key, false), changed(permission, key, true)}) {
-        EXPECT_EQ(Permission::decode(given).value().encode(), given);
+        EXPECT_EQ(encodeRecord(decodeRecord<Permission>(given).value()), given);
     }
-    EXPECT_FALSE(Permission::decode(changed(permission, key, nullptr)).value().allowFileDiscovery);
+    EXPECT_FALSE(
+        decodeRecord<Permission>(changed(permission, key, nullptr)).value().allowFileDiscovery);
     EXPECT_EQ(fault<Permission>(changed(permission, key, 0)), key);
 }
 
