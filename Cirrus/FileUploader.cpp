@@ -1,5 +1,6 @@
 #include "Cirrus/FileUploader.h"
 
+#include <array>
 #include <cassert>
 
 #include <Cirrus/MainQueue.h>
@@ -16,33 +17,23 @@ namespace {
 /// Every file weighs the same in the progress, whatever its size.
 constexpr std::uint64_t unitsPerFile = 100;
 
+std::string nameOf(FileUploader::Error::Case kind) {
+    constexpr std::array names{"underlying", "missingFile", "missingFilesize"};
+    return names.at(static_cast<std::size_t>(kind));
+}
+
 } // namespace
 
 std::string FileUploader::Error::diagnosticText() const {
-    switch (kind()) {
-    case Case::underlying:
-        return "underlying(" + std::get<AnyError>(value_).diagnosticText() + ")";
-    case Case::missingFile:
-        return "missingFile";
-    case Case::missingFilesize:
-        break;
-    }
-    return "missingFilesize";
+    return caseText(nameOf(kind_), kind_ == Case::underlying ? cause_ : std::nullopt);
 }
 
 FailedFile FileUploader::Error::failedFile(std::filesystem::path path) const {
-    FailedFile file{.path = std::move(path),
-                    .reason = FailureReason::unreadableFile,
-                    .serviceCode = std::nullopt,
-                    .diagnosticText = diagnosticText()};
-    if (const auto* const error = std::get_if<AnyError>(&value_)) {
-        const auto* const refusal = errorAs<WebserviceError>(*error);
-        file.reason = refusal != nullptr ? refusal->reason() : FailureReason::other;
-        file.serviceCode = refusal != nullptr ? refusal->serviceCode() : std::nullopt;
-    } else if (const auto* const missing = std::get_if<MissingFile>(&value_)) {
-        file.diagnosticText += "(" + missing->readError + ")";
-    }
-    return file;
+    const bool isUnreadable = kind_ != Case::underlying;
+    return {.path = std::move(path),
+            .reason = isUnreadable ? FailureReason::unreadableFile : reasonOf(*cause_),
+            .serviceCode = isUnreadable ? std::nullopt : serviceCodeOf(*cause_),
+            .diagnosticText = caseText(nameOf(kind_), cause_)};
 }
 
 FileUploader::FileUploader(const std::vector<std::filesystem::path>& files,
@@ -118,8 +109,8 @@ void FileUploader::uploadContent(const std::weak_ptr<FileUploader>& uploader, co
     auto data = reader->read(item.path);
     if (!data) {
         logFailure(name, "Could not read contents of file ", item.path, ", error: ", data.error());
-        MainQueue::post([completion = std::move(completion), error = data.error()] {
-            completion(std::unexpected(Error::missingFile(error.diagnosticText())));
+        MainQueue::post([completion = std::move(completion), cause = anyError(data.error())] {
+            completion(std::unexpected(Error::missingFile(cause)));
         });
         return;
     }

@@ -7,9 +7,9 @@
 #include <filesystem>
 #include <functional>
 #include <memory>
+#include <optional>
 #include <string>
 #include <utility>
-#include <variant>
 #include <vector>
 
 #include <Cirrus/Error.h>
@@ -41,16 +41,20 @@ public:
             missingFilesize
         };
 
-        [[nodiscard]] static Error underlying(AnyError error) { return Error(std::move(error)); }
-
-        /// `readError` is what the system said.
-        [[nodiscard]] static Error missingFile(std::string readError = {}) {
-            return Error(MissingFile{std::move(readError)});
+        [[nodiscard]] static Error underlying(AnyError error) {
+            return {Case::underlying, std::move(error)};
         }
 
-        [[nodiscard]] static Error missingFilesize() { return Error(MissingFilesize{}); }
+        /// `cause` is what reading the file gave; the case carries it only for `failedFile`.
+        [[nodiscard]] static Error missingFile(std::optional<AnyError> cause = std::nullopt) {
+            return {Case::missingFile, std::move(cause)};
+        }
 
-        [[nodiscard]] Case kind() const { return static_cast<Case>(value_.index()); }
+        [[nodiscard]] static Error missingFilesize() {
+            return {Case::missingFilesize, std::nullopt};
+        }
+
+        [[nodiscard]] Case kind() const { return kind_; }
 
         /// The case's name and, in parentheses, the diagnostic text of what it carries.
         [[nodiscard]] std::string diagnosticText() const;
@@ -59,18 +63,10 @@ public:
         [[nodiscard]] FailedFile failedFile(std::filesystem::path path) const;
 
     private:
-        struct MissingFile {
-            std::string readError;
-        };
+        Error(Case kind, std::optional<AnyError> cause) : kind_(kind), cause_(std::move(cause)) {}
 
-        struct MissingFilesize {};
-
-        /// In the order of `Case`.
-        using Value = std::variant<AnyError, MissingFile, MissingFilesize>;
-
-        explicit Error(Value value) : value_(std::move(value)) {}
-
-        Value value_;
+        Case kind_;
+        std::optional<AnyError> cause_;
     };
 
     using Completion = std::function<void(Result<void, Error>)>;

@@ -1,5 +1,6 @@
 #include <Cirrus/ShareController.h>
 
+#include <array>
 #include <utility>
 
 #include "Cirrus/FileUploader.h"
@@ -8,69 +9,59 @@
 
 namespace cirrus {
 
-ShareController::Error::Error(Value value) : value_(std::move(value)) {}
+ShareController::Error::Error(Case kind, std::optional<AnyError> underlying)
+    : kind_(kind), underlying_(std::move(underlying)) {}
 
 ShareController::Error ShareController::Error::underlying(AnyError error) {
-    return Error(std::move(error));
+    return Error(Case::underlying, std::move(error));
 }
 
 ShareController::Error ShareController::Error::missingFile() {
-    return Error(MissingFile{});
+    return Error(Case::missingFile);
 }
 
 ShareController::Error ShareController::Error::missingWebContentLink() {
-    return Error(MissingWebContentLink{});
+    return Error(Case::missingWebContentLink);
 }
 
 ShareController::Error::Case ShareController::Error::kind() const {
-    return static_cast<Case>(value_.index());
+    return kind_;
 }
 
 const AnyError* ShareController::Error::underlyingError() const {
-    return std::get_if<AnyError>(&value_);
+    return underlying_ ? &*underlying_ : nullptr;
 }
 
 FailureReason ShareController::Error::reason() const {
-    if (kind() == Case::missingWebContentLink) {
+    if (kind_ == Case::missingWebContentLink) {
         return FailureReason::noLink;
     }
-    const auto* const error = underlyingError();
-    if (error == nullptr || errorAs<FileUploader::Error>(*error) != nullptr) {
+    if (!underlying_ || errorAs<FileUploader::Error>(*underlying_) != nullptr) {
         return FailureReason::filesFailed;
     }
-    const auto* const refusal = errorAs<WebserviceError>(*error);
-    return refusal != nullptr ? refusal->reason() : FailureReason::other;
+    return reasonOf(*underlying_);
 }
 
 std::optional<std::int64_t> ShareController::Error::serviceCode() const {
-    const auto* const error = underlyingError();
-    const auto* const refusal = error != nullptr ? errorAs<WebserviceError>(*error) : nullptr;
-    return refusal != nullptr ? refusal->serviceCode() : std::nullopt;
+    return underlying_ ? serviceCodeOf(*underlying_) : std::nullopt;
 }
 
 std::optional<std::string> ShareController::Error::errorDescription() const {
-    switch (kind()) {
+    switch (kind_) {
     case Case::underlying:
-        return underlyingError()->errorDescriptionOr("Something went wrong, please try again.");
+        return underlying_->held().errorDescription("Something went wrong, please try again.");
     case Case::missingFile:
         return "One or more files could not be located by Stashly. Make sure the files are not "
                "moved or deleted and try again.";
-    case Case::missingWebContentLink:
-        break;
+    default:
+        return "The files were uploaded, but the shareable link could not be found.";
     }
-    return "The files were uploaded, but the shareable link could not be found.";
 }
 
 std::string ShareController::Error::diagnosticText() const {
-    switch (kind()) {
-    case Case::underlying:
-        return "underlying(" + underlyingError()->diagnosticText() + ")";
-    case Case::missingFile:
-        return "missingFile";
-    case Case::missingWebContentLink:
-        break;
-    }
-    return "missingWebContentLink";
+    /// In the order of `Case`.
+    constexpr std::array names{"underlying", "missingFile", "missingWebContentLink"};
+    return caseText(names.at(static_cast<std::size_t>(kind_)), underlying_);
 }
 
 } // namespace cirrus

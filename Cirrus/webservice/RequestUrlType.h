@@ -8,7 +8,7 @@
 
 namespace cirrus {
 
-/// The address of one request.
+/// The address of one request. What it starts with is in Endpoints.cpp.
 class RequestUrlType {
 public:
     /// Path segments below the base of the Drive API; the text may contain "/".
@@ -28,5 +28,8 @@ private:
 
     Value value_;
 };
+
+/// Where resumable upload sessions are opened.
+[[nodiscard]] Url uploadEndpoint();
 
 } // namespace cirrus

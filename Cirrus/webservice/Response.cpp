@@ -21,6 +21,12 @@ WebserviceError serviceErrorIn(const std::string& body) {
     return WebserviceError::invalidResponse();
 }
 
+AnyError transportError(TransportError error) {
+    ConnectionError described{std::move(error)};
+    return described.errorDescription() ? anyError(std::move(described))
+                                        : anyError(std::move(described.cause));
+}
+
 HeaderFields textHeaders(HeaderFields headers) {
     const bool areTexts =
         std::ranges::all_of(headers, [](const auto& field) { return isUtf8(field.first); });
@@ -31,11 +37,8 @@ HeaderFields textHeaders(HeaderFields headers) {
 
 Result<Response, WebserviceError> classify(HttpOutcome outcome) {
     if (outcome.error) {
-        const bool canUserAct = outcome.error->reason != TransportError::Reason::other &&
-                                outcome.error->reason != TransportError::Reason::connectionLost;
-        return std::unexpected(WebserviceError::underlyingError(
-            canUserAct ? anyError(ConnectionError{*std::move(outcome.error)})
-                       : anyError(*std::move(outcome.error))));
+        return std::unexpected(
+            WebserviceError::underlyingError(transportError(*std::move(outcome.error))));
     }
     if (!outcome.response) {
         return std::unexpected(WebserviceError::invalidResponse());

@@ -1,5 +1,8 @@
 #include "Cirrus/webservice/WebserviceError.h"
 
+#include <array>
+#include <utility>
+
 #include "Cirrus/platform/errors/ErrorKind.h"
 #include "Cirrus/webservice/ConnectionError.h"
 
@@ -49,54 +52,71 @@ FailureReason reasonFor(const AnyError& error) {
 
 } // namespace
 
+WebserviceError::WebserviceError(Case kind, std::optional<AnyError> carried)
+    : kind_(kind), carried_(std::move(carried)) {}
+
+WebserviceError WebserviceError::serviceError(ServiceError error) {
+    return WebserviceError(Case::serviceError, anyError(std::move(error)));
+}
+
+WebserviceError WebserviceError::decodingError(DecodingError error) {
+    return WebserviceError(Case::decodingError, anyError(std::move(error)));
+}
+
+WebserviceError WebserviceError::underlyingError(AnyError error) {
+    return WebserviceError(Case::underlyingError, std::move(error));
+}
+
+WebserviceError WebserviceError::missingData() {
+    return WebserviceError(Case::missingData);
+}
+
+WebserviceError WebserviceError::invalidResponse() {
+    return WebserviceError(Case::invalidResponse);
+}
+
 std::string WebserviceError::diagnosticText() const {
-    switch (kind()) {
-    case Case::serviceError:
-        return "serviceError(" + std::get<ServiceError>(value_).diagnosticText() + ")";
-    case Case::decodingError:
-        return "decodingError(" + std::get<DecodingError>(value_).diagnosticText() + ")";
-    case Case::underlyingError:
-        return "underlyingError(" + std::get<AnyError>(value_).diagnosticText() + ")";
-    case Case::missingData:
-        return "missingData";
-    case Case::invalidResponse:
-        break;
-    }
-    return "invalidResponse";
-}
-
-FailureReason WebserviceError::reason() const {
-    switch (kind()) {
-    case Case::serviceError:
-        return reasonFor(std::get<ServiceError>(value_).code);
-    case Case::underlyingError:
-        return reasonFor(std::get<AnyError>(value_));
-    case Case::decodingError:
-    case Case::missingData:
-    case Case::invalidResponse:
-        break;
-    }
-    return FailureReason::answerNotUnderstood;
-}
-
-std::optional<std::int64_t> WebserviceError::serviceCode() const {
-    const auto* const refusal = std::get_if<ServiceError>(&value_);
-    return refusal != nullptr ? std::optional(refusal->code) : std::nullopt;
+    /// In the order of `Case`.
+    constexpr std::array names{"serviceError", "decodingError", "underlyingError", "missingData",
+                               "invalidResponse"};
+    return caseText(names.at(static_cast<std::size_t>(kind_)), carried_);
 }
 
 std::optional<std::string> WebserviceError::errorDescription() const {
-    switch (kind()) {
+    switch (kind_) {
     case Case::serviceError:
-        return std::get<ServiceError>(value_).errorDescription();
+        return carried_->errorDescription();
     case Case::underlyingError:
-        return std::get<AnyError>(value_).errorDescriptionOr(
-            "Something went wrong. Please try again.");
-    case Case::decodingError:
-    case Case::missingData:
-    case Case::invalidResponse:
-        break;
+        return carried_->held().errorDescription("Something went wrong. Please try again.");
+    default:
+        return "Could not read the response from Google. Please try again.";
     }
-    return "Could not read the response from Google. Please try again.";
+}
+
+FailureReason WebserviceError::reason() const {
+    switch (kind_) {
+    case Case::serviceError:
+        return reasonFor(*serviceCode());
+    case Case::underlyingError:
+        return reasonFor(*carried_);
+    default:
+        return FailureReason::answerNotUnderstood;
+    }
+}
+
+std::optional<std::int64_t> WebserviceError::serviceCode() const {
+    const auto* const refusal = carried_ ? errorAs<ServiceError>(*carried_) : nullptr;
+    return refusal != nullptr ? std::optional(refusal->code) : std::nullopt;
+}
+
+FailureReason reasonOf(const AnyError& error) {
+    const auto* const known = errorAs<WebserviceError>(error);
+    return known != nullptr ? known->reason() : FailureReason::other;
+}
+
+std::optional<std::int64_t> serviceCodeOf(const AnyError& error) {
+    const auto* const known = errorAs<WebserviceError>(error);
+    return known != nullptr ? known->serviceCode() : std::nullopt;
 }
 
 } // namespace cirrus

@@ -3,13 +3,12 @@
 #include <cstdint>
 #include <optional>
 #include <string>
-#include <utility>
-#include <variant>
+
+#include <Cirrus/Error.h>
+#include <Cirrus/Failure.h>
 
 #include "Cirrus/records/DecodingError.h"
 #include "Cirrus/records/ServiceError.h"
-#include <Cirrus/Error.h>
-#include <Cirrus/Failure.h>
 
 namespace cirrus {
 
@@ -30,28 +29,20 @@ public:
         invalidResponse
     };
 
-    [[nodiscard]] static WebserviceError serviceError(ServiceError error) {
-        return WebserviceError(std::move(error));
-    }
+    [[nodiscard]] static WebserviceError serviceError(ServiceError error);
+    [[nodiscard]] static WebserviceError decodingError(DecodingError error);
+    [[nodiscard]] static WebserviceError underlyingError(AnyError error);
+    [[nodiscard]] static WebserviceError missingData();
+    [[nodiscard]] static WebserviceError invalidResponse();
 
-    [[nodiscard]] static WebserviceError decodingError(DecodingError error) {
-        return WebserviceError(std::move(error));
-    }
-
-    [[nodiscard]] static WebserviceError underlyingError(AnyError error) {
-        return WebserviceError(std::move(error));
-    }
-
-    [[nodiscard]] static WebserviceError missingData() { return WebserviceError(MissingData{}); }
-
-    [[nodiscard]] static WebserviceError invalidResponse() {
-        return WebserviceError(InvalidResponse{});
-    }
-
-    [[nodiscard]] Case kind() const { return static_cast<Case>(value_.index()); }
+    [[nodiscard]] Case kind() const { return kind_; }
 
     /// The case's name and, in parentheses, the diagnostic text of what it carries.
     [[nodiscard]] std::string diagnosticText() const;
+
+    /// The text for the user; absent only if the transport's error has a text of its own kind and
+    /// that is absent.
+    [[nodiscard]] std::optional<std::string> errorDescription() const;
 
     /// The one place that tells what an answer, or its absence, means to a host.
     [[nodiscard]] FailureReason reason() const;
@@ -59,21 +50,15 @@ public:
     /// The code in the service's refusal.
     [[nodiscard]] std::optional<std::int64_t> serviceCode() const;
 
-    /// The text for the user; absent only if the transport's error has a text of its own kind and
-    /// that is absent.
-    [[nodiscard]] std::optional<std::string> errorDescription() const;
-
 private:
-    struct MissingData {};
+    explicit WebserviceError(Case kind, std::optional<AnyError> carried = std::nullopt);
 
-    struct InvalidResponse {};
-
-    /// In the order of `Case`.
-    using Value = std::variant<ServiceError, DecodingError, AnyError, MissingData, InvalidResponse>;
-
-    explicit WebserviceError(Value value) : value_(std::move(value)) {}
-
-    Value value_;
+    Case kind_;
+    std::optional<AnyError> carried_;
 };
+
+/// `reason` and `serviceCode` of a `WebserviceError`; "other" and none for another kind.
+[[nodiscard]] FailureReason reasonOf(const AnyError& error);
+[[nodiscard]] std::optional<std::int64_t> serviceCodeOf(const AnyError& error);
 
 } // namespace cirrus

@@ -30,9 +30,6 @@ public:
     /// none.
     [[nodiscard]] std::optional<std::string> errorDescription() const;
 
-    /// The text for the user, which may be absent, if errors of this kind have one; else `generic`.
-    [[nodiscard]] std::optional<std::string> errorDescriptionOr(std::string generic) const;
-
     /// For the library.
     [[nodiscard]] const Held& held() const { return *held_; }
 

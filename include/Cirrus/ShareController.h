@@ -7,7 +7,6 @@
 #include <memory>
 #include <optional>
 #include <string>
-#include <variant>
 #include <vector>
 
 #include <Cirrus/Error.h>
@@ -115,16 +114,10 @@ public:
         [[nodiscard]] std::string diagnosticText() const;
 
     private:
-        struct MissingFile {};
+        explicit Error(Case kind, std::optional<AnyError> underlying = std::nullopt);
 
-        struct MissingWebContentLink {};
-
-        /// In the order of `Case`.
-        using Value = std::variant<AnyError, MissingFile, MissingWebContentLink>;
-
-        explicit Error(Value value);
-
-        Value value_;
+        Case kind_;
+        std::optional<AnyError> underlying_;
     };
 
     /// Receives the job's one progress object, 100 units a file, at each change of its fraction.

@@ -11,11 +11,11 @@ std::string AnyError::diagnosticText() const {
 }
 
 std::optional<std::string> AnyError::errorDescription() const {
-    return held_->errorDescription();
+    return held_->errorDescription(std::nullopt);
 }
 
-std::optional<std::string> AnyError::errorDescriptionOr(std::string generic) const {
-    return held_->isDescribed() ? held_->errorDescription() : std::move(generic);
+std::string caseText(std::string name, const std::optional<AnyError>& carried) {
+    return carried ? std::move(name) + "(" + carried->diagnosticText() + ")" : name;
 }
 
 } // namespace cirrus

@@ -10,17 +10,11 @@
 
 namespace cirrus {
 
-/// An error kind: a value that can say, for a log, what it is.
+/// An error kind: a value that can say, for a log, what it is. One with a text for the user has an
+/// `errorDescription` too, whose nullopt means: deliberately no text.
 template <class Kind>
 concept ErrorKind = requires(const Kind& kind) {
     { kind.diagnosticText() } -> std::convertible_to<std::string>;
-};
-
-/// An error kind that also has a text for the user. nullopt: deliberately no text. Kinds without
-/// this function get the generic text.
-template <class Kind>
-concept DescribedErrorKind = ErrorKind<Kind> && requires(const Kind& kind) {
-    { kind.errorDescription() } -> std::same_as<std::optional<std::string>>;
 };
 
 class AnyError::Held {
@@ -30,8 +24,10 @@ public:
     Held& operator=(const Held&) = delete;
     virtual ~Held() = default;
     [[nodiscard]] virtual std::string diagnosticText() const = 0;
-    [[nodiscard]] virtual bool isDescribed() const = 0;
-    [[nodiscard]] virtual std::optional<std::string> errorDescription() const = 0;
+
+    /// What the error has to say to the user; `generic` if errors of its kind say nothing.
+    [[nodiscard]] virtual std::optional<std::string>
+    errorDescription(std::optional<std::string> generic) const = 0;
 };
 
 template <ErrorKind Kind>
@@ -41,13 +37,12 @@ public:
 
     [[nodiscard]] std::string diagnosticText() const override { return kind.diagnosticText(); }
 
-    [[nodiscard]] bool isDescribed() const override { return DescribedErrorKind<Kind>; }
-
-    [[nodiscard]] std::optional<std::string> errorDescription() const override {
-        if constexpr (DescribedErrorKind<Kind>) {
+    [[nodiscard]] std::optional<std::string>
+    errorDescription(std::optional<std::string> generic) const override {
+        if constexpr (requires { kind.errorDescription(); }) {
             return kind.errorDescription();
         } else {
-            return std::nullopt;
+            return generic;
         }
     }
 
@@ -65,5 +60,8 @@ const Kind* errorAs(const AnyError& error) {
     const auto* const held = dynamic_cast<const HeldError<Kind>*>(&error.held());
     return held != nullptr ? &held->kind : nullptr;
 }
+
+/// The name of a case and, in parentheses, the diagnostic text of what it carries.
+[[nodiscard]] std::string caseText(std::string name, const std::optional<AnyError>& carried);
 
 } // namespace cirrus
