@@ -40,7 +40,7 @@ public:
 
     void upload(SharedBytes data, const Url&, const ProgressReceiver& tell,
                 Completion<File> completion) override {
-        const auto progress = Progress::create(data.size());
+        const auto progress = Progress::create(data->size());
         tell(progress);
         receive(Step::content, File(), std::move(completion), progress);
     }

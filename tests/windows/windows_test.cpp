@@ -45,7 +45,7 @@ TEST_F(Files, AreReadWhateverTheirPath) {
         EXPECT_EQ(fileSize(file), bytes.size());
         const auto contents = FileReader().read(file);
         ASSERT_TRUE(contents) << contents.error().diagnosticText();
-        EXPECT_EQ(contents->asText(), bytes);
+        EXPECT_EQ(**contents, bytes);
         EXPECT_EQ(lastPathComponent(file), "ж 1.bin");
         ::DeleteFileW((LR"(\\?\)" + file.native()).c_str());
     }

@@ -117,8 +117,9 @@ std::string exchange(const std::string& path, std::optional<std::size_t> size) {
         outcomes.push_back(result ? result->name : result.error().diagnosticText());
     };
     const auto url = Url::parse("https://www.googleapis.com/drive/v3/files/" + path).value();
-    size ? service->upload(SharedBytes(std::string(size.value_or(0), 'x')), url, {}, note)
-         : service->requestFile(path, note);
+    size
+        ? service->upload(std::make_shared<const std::string>(size.value_or(0), 'x'), url, {}, note)
+        : service->requestFile(path, note);
     HttpSession::shared().waitUntilIdle();
     EXPECT_EQ(outcomes.size(), 1U);
     return outcomes.at(0);

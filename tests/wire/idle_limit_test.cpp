@@ -33,7 +33,10 @@ protected:
             ends_[name] = {text.substr(0, text.find('(')), Clock::now() - began};
         };
         HttpSession::shared().start(
-            {{url, "POST", {}, SharedBytes(std::string(size, 'x'))}, {}, completion, {}});
+            {{url, "POST", {}, std::make_shared<const std::string>(size, 'x')},
+             {},
+             completion,
+             {}});
     }
 
     std::unique_ptr<Relay> relayUpTo(std::uint64_t bytes) {

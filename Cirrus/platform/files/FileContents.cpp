@@ -1,7 +1,8 @@
 #include "Cirrus/platform/files/FileContents.h"
 
 #include <cerrno>
-#include <new>
+#include <cstdio>
+#include <exception>
 #include <string_view>
 #include <system_error>
 
@@ -13,80 +14,46 @@ namespace cirrus {
 namespace {
 
 std::unexpected<FileReadError> systemError(int code) {
-    return std::unexpected(
-        FileReadError{.code = code, .text = std::generic_category().message(code)});
+    return std::unexpected(FileReadError{
+        .code = code,
+        .text = code == EINVAL ? "Not a regular file" : std::generic_category().message(code)});
 }
 
-/// Reads until `size` bytes are there or the file ends; the number read, or nullopt with `errno`.
-std::optional<std::size_t> readUpTo(std::size_t size, const SystemFile& file, std::byte* to) {
-    std::size_t filled = 0;
-    while (filled < size) {
-        const auto count = file.read(to + filled, size - filled);
-        if (!count && errno != EINTR) {
-            return std::nullopt;
-        }
-        if (count == 0U) {
-            break;
-        }
-        filled += count.value_or(0);
-    }
-    return filled;
-}
-
-Result<SharedBytes, FileReadError> readToEnd(const SystemFile& file) {
-    std::string bytes;
-    std::string block(std::size_t{64} * 1024, '\0');
-    try {
-        while (true) {
-            const auto count =
-                readUpTo(block.size(), file, reinterpret_cast<std::byte*>(block.data()));
-            if (!count) {
-                return systemError(errno);
-            }
-            bytes.append(block, 0, *count);
-            if (*count < block.size()) {
-                return SharedBytes(bytes);
-            }
-        }
-    } catch (const std::bad_alloc&) {
-        return systemError(ENOMEM);
-    }
+/// Reads `size` bytes, or to the end if that is 0; fewer at the file's end or on an error.
+void readInto(std::string& bytes, std::size_t size, std::FILE* file) {
+    constexpr std::size_t block = std::size_t{64} * 1024;
+    const auto step = size != 0 ? size : block;
+    bytes.clear();
+    do {
+        const auto filled = bytes.size();
+        bytes.resize_and_overwrite(filled + step, [&](char* to, std::size_t) {
+            return filled + std::fread(to + filled, 1, step, file);
+        });
+    } while (size == 0 && std::feof(file) == 0 && std::ferror(file) == 0);
 }
 
 } // namespace
 
 Result<SharedBytes, FileReadError> FileReader::read(const std::filesystem::path& path) {
-    const SystemFile file(path);
-    const auto attributes = file.attributes();
-    if (!attributes) {
+    const auto file = openRegularFile(path);
+    if (!file) {
         return systemError(errno);
     }
-    if (!attributes->isRegular) {
-        return std::unexpected(FileReadError{.code = EINVAL, .text = "Not a regular file"});
+    const auto size = fileSize(path).value_or(0);
+    const bool isReusable =
+        memory_.use_count() == 1 && memory_->capacity() >= size && memory_->capacity() / 2 <= size;
+    try {
+        if (!isReusable) {
+            memory_.reset(); // before there is more
+            memory_ = std::make_shared<std::string>();
+        }
+        readInto(*memory_, static_cast<std::size_t>(size), file.get());
+    } catch (const std::exception&) {
+        memory_.reset();
+        return systemError(ENOMEM); // too little memory, or too long for a text
     }
-    if (attributes->size == 0) {
-        return readToEnd(file);
-    }
-    const auto size = static_cast<std::size_t>(attributes->size);
-    if (size != attributes->size || !reserve(size)) {
-        return systemError(ENOMEM);
-    }
-    const auto filled = readUpTo(size, file, memory_.get());
-    if (!filled) {
-        return systemError(errno);
-    }
-    return SharedBytes(memory_, *filled);
-}
-
-/// Makes room for `size` bytes in memory that nobody else holds. False if there is not enough.
-bool FileReader::reserve(std::size_t size) {
-    const bool isReusable = memory_.use_count() == 1 && size <= capacity_ && capacity_ / 2 <= size;
-    if (!isReusable) {
-        memory_.reset(); // before there is more
-        memory_.reset(new (std::nothrow) std::byte[size]);
-        capacity_ = memory_ ? size : 0;
-    }
-    return memory_ != nullptr;
+    return std::ferror(file.get()) == 0 ? Result<SharedBytes, FileReadError>(memory_)
+                                        : systemError(errno);
 }
 
 std::string lastPathComponent(const std::filesystem::path& path) {

@@ -1,6 +1,5 @@
 #pragma once
 
-#include <cstddef>
 #include <filesystem>
 #include <memory>
 #include <string>
@@ -31,10 +30,7 @@ public:
     [[nodiscard]] Result<SharedBytes, FileReadError> read(const std::filesystem::path& path);
 
 private:
-    [[nodiscard]] bool reserve(std::size_t size);
-
-    std::shared_ptr<std::byte[]> memory_;
-    std::size_t capacity_ = 0;
+    std::shared_ptr<std::string> memory_;
 };
 
 /// The last component of a path, with U+FFFD for what is not UTF-8 in it; trailing slashes do not

@@ -1,36 +1,18 @@
 #pragma once
 
-#include <cstddef>
 #include <cstdint>
+#include <cstdio>
 #include <filesystem>
+#include <memory>
 #include <optional>
 #include <string>
 
 namespace cirrus {
 
-/// A file opened for reading, by the system's own calls. What fails leaves its code in `errno`.
-class SystemFile {
-public:
-    struct Attributes {
-        bool isRegular = false;
-        std::uint64_t size = 0;
-    };
-
-    /// Does not wait for the writer of a FIFO.
-    explicit SystemFile(const std::filesystem::path& path);
-    SystemFile(const SystemFile&) = delete;
-    SystemFile& operator=(const SystemFile&) = delete;
-    ~SystemFile();
-
-    /// Nullopt if they cannot be read, or if the file could not be opened.
-    [[nodiscard]] std::optional<Attributes> attributes() const;
-
-    /// Reads some bytes: how many, 0 at the end, nullopt on failure. May fail with EINTR.
-    [[nodiscard]] std::optional<std::size_t> read(std::byte* to, std::size_t room) const;
-
-private:
-    int descriptor_;
-};
+/// Opens a regular file for reading; no child process inherits it. Null, with the reason in
+/// `errno`, if that fails. EINVAL: it is something else; the writer of a FIFO is not waited for.
+[[nodiscard]] std::unique_ptr<std::FILE, int (*)(std::FILE*)>
+openRegularFile(const std::filesystem::path& path);
 
 /// The size in bytes from the attributes of a file, which need not be readable itself; nullopt if
 /// they cannot be read.

@@ -3,38 +3,20 @@
 #include <algorithm>
 #include <cmath>
 #include <limits>
+#include <stdexcept>
 
 namespace cirrus {
 
-namespace {
-
-/// The parser does not recurse, but whoever walks the value does.
-bool isNestedTooDeeply(std::string_view text) {
-    constexpr int deepest = 256;
-    int depth = 0;
-    bool isInString = false;
-    for (std::size_t position = 0; position < text.size() && depth <= deepest; ++position) {
-        const char one = text[position];
-        if (isInString && one == '\\') {
-            ++position;
-        } else if (one == '"') {
-            isInString = !isInString;
-        } else if (!isInString) {
-            depth += static_cast<int>(one == '[' || one == '{');
-            depth -= static_cast<int>(one == ']' || one == '}');
-        }
-    }
-    return depth > deepest;
-}
-
-} // namespace
-
 Result<JsonValue, JsonError> parseJson(std::string_view text) {
-    if (isNestedTooDeeply(text)) {
-        return std::unexpected(JsonError{"JSON nested too deeply"});
-    }
+    // The parser does not recurse, but whoever walks the value does.
+    const auto boundDepth = [](int depth, JsonValue::parse_event_t, const JsonValue&) {
+        constexpr int deepest = 256;
+        return depth < deepest ? true : throw std::length_error("JSON nested too deeply");
+    };
     try {
-        return JsonValue::parse(text);
+        return JsonValue::parse(text, boundDepth);
+    } catch (const std::length_error& error) {
+        return std::unexpected(JsonError{error.what()});
     } catch (const JsonValue::parse_error& error) {
         return std::unexpected(JsonError{"not JSON at byte " + std::to_string(error.byte)});
     } catch (const JsonValue::out_of_range&) {
@@ -65,14 +47,9 @@ std::string repairedUtf8(std::string_view text) {
 
 std::optional<std::int64_t> wholeNumber(const JsonValue& value) {
     constexpr auto greatest = std::numeric_limits<std::int64_t>::max();
-    if (value.is_number_unsigned()) {
-        const auto number = value.get<std::uint64_t>();
-        return number <= static_cast<std::uint64_t>(greatest)
-                   ? std::optional(static_cast<std::int64_t>(number))
-                   : std::nullopt;
-    }
     if (value.is_number_integer()) {
-        return value.get<std::int64_t>();
+        const bool isTooLarge = value.is_number_unsigned() && value.get<std::uint64_t>() > greatest;
+        return isTooLarge ? std::nullopt : std::optional(value.get<std::int64_t>());
     }
     // Neither bound counts: the upper one is the first double that no longer fits, and whole
     // numbers just below the lower one are rounded to it.

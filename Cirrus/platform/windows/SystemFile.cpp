@@ -5,8 +5,7 @@
 #include <sys/stat.h>
 #include <windows.h>
 
-#include <algorithm>
-#include <limits>
+#include <cerrno>
 
 namespace cirrus {
 
@@ -25,28 +24,17 @@ std::wstring longForm(const std::filesystem::path& path) {
 
 } // namespace
 
-SystemFile::SystemFile(const std::filesystem::path& path)
-    : descriptor_(::_wopen(longForm(path).c_str(), _O_RDONLY | _O_BINARY | _O_NOINHERIT)) {}
-
-SystemFile::~SystemFile() {
-    if (descriptor_ >= 0) {
-        ::_close(descriptor_);
-    }
-}
-
-std::optional<SystemFile::Attributes> SystemFile::attributes() const {
+std::unique_ptr<std::FILE, int (*)(std::FILE*)> openRegularFile(const std::filesystem::path& path) {
+    constexpr int flags = _O_RDONLY | _O_BINARY | _O_NOINHERIT;
+    const int descriptor = ::_wopen(longForm(path).c_str(), flags);
     struct _stat64 attributes{};
-    if (descriptor_ < 0 || ::_fstat64(descriptor_, &attributes) != 0) {
-        return std::nullopt;
+    const bool isOpen = descriptor >= 0 && ::_fstat64(descriptor, &attributes) == 0;
+    if (isOpen && (attributes.st_mode & _S_IFMT) != _S_IFREG) {
+        ::_close(descriptor);
+        errno = EINVAL;
+        return {nullptr, &std::fclose};
     }
-    return Attributes{.isRegular = (attributes.st_mode & _S_IFMT) == _S_IFREG,
-                      .size = static_cast<std::uint64_t>(attributes.st_size)};
-}
-
-std::optional<std::size_t> SystemFile::read(std::byte* to, std::size_t room) const {
-    constexpr std::size_t most = std::numeric_limits<int>::max();
-    const int count = ::_read(descriptor_, to, static_cast<unsigned>(std::min(room, most)));
-    return count < 0 ? std::nullopt : std::optional(static_cast<std::size_t>(count));
+    return {isOpen ? ::_fdopen(descriptor, "rb") : nullptr, &std::fclose};
 }
 
 std::optional<std::uint64_t> fileSize(const std::filesystem::path& path) {
