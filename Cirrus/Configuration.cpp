@@ -1,6 +1,5 @@
 #include <Cirrus/Configuration.h>
 
-#include <atomic>
 #include <mutex>
 #include <utility>
 
@@ -15,7 +14,6 @@ namespace {
 struct Slot {
     std::mutex mutex;
     std::shared_ptr<LogSink> sink;
-    std::atomic<bool> isFilled = false;
 };
 
 Slot& slot() {
@@ -64,11 +62,10 @@ void Configuration::setLog(std::shared_ptr<LogSink> sink) noexcept {
     // The replaced sink is released after the lock, since its destructor is the host's code.
     const std::scoped_lock lock(slot().mutex);
     slot().sink.swap(sink);
-    slot().isFilled = true;
 }
 
 std::shared_ptr<LogSink> installedLog() {
-    if (!slot().isFilled || !mayCallHost()) {
+    if (!mayCallHost()) {
         return nullptr;
     }
     const std::scoped_lock lock(slot().mutex);

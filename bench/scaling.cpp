@@ -11,10 +11,11 @@
 #include <fstream>
 #include <iostream>
 #include <string>
+#include <thread>
 #include <utility>
 
 #include "Cirrus/ShareJob.h"
-#include "Cirrus/platform/threads/SerialQueue.h"
+#include "Cirrus/platform/threads/TaskQueue.h"
 
 namespace {
 
@@ -23,6 +24,12 @@ using namespace cirrus;
 /// Succeeds always. A transfer makes two progress changes, and finishes.
 class InstantService final : public Webservice {
 public:
+    InstantService() = default;
+    InstantService(const InstantService&) = delete;
+    InstantService& operator=(const InstantService&) = delete;
+
+    ~InstantService() override { answers_.stop(); }
+
     void findDirectory(const std::string&, Completion<FileList> completion) override {
         answer(std::move(completion),
                FileList{.kind = "drive#fileList", .incompleteSearch = false, .files = {file_}});
@@ -79,7 +86,12 @@ private:
                .mimeType = "text/plain",
                .webLink = Url::parse("https://drive.google.com/id"),
                .downloadLink = std::nullopt};
-    SerialQueue answers_;
+    TaskQueue answers_;
+    std::jthread thread_{[this] {
+        while (const auto task = answers_.wait()) {
+            task();
+        }
+    }};
 };
 
 class Stopwatch {

@@ -5,7 +5,7 @@
 #include "Cirrus/platform/formats/Json.h"
 #include "Cirrus/platform/formats/LocalTime.h"
 #include "Cirrus/platform/http/HttpSession.h"
-#include "Cirrus/webservice/Endpoints.h"
+#include "Cirrus/records/RecordCoder.h"
 
 namespace cirrus {
 
@@ -13,10 +13,6 @@ namespace {
 
 constexpr auto folderMimeType = "application/vnd.google-apps.folder";
 constexpr auto linkFields = "id, kind, name, mimeType, webContentLink, webViewLink";
-
-std::string keyOf(CodingKey auto key) {
-    return std::string(keyText(key));
-}
 
 /// The record in a classified answer; an error is passed on unchanged.
 template <class Record>
@@ -29,7 +25,7 @@ Result<Record, WebserviceError> decoded(const Result<Response, WebserviceError>&
         return std::unexpected(
             WebserviceError::decodingError({.key = {}, .reason = json.error().reason}));
     }
-    auto record = Record::decode(*json);
+    auto record = decodeRecord<Record>(*json);
     if (!record) {
         return std::unexpected(WebserviceError::decodingError(std::move(record).error()));
     }
@@ -40,7 +36,7 @@ Result<Url, WebserviceError> sessionUrl(const Result<Response, WebserviceError>&
     if (!result) {
         return std::unexpected(result.error());
     }
-    if (const auto location = result->headers.value("Location")) {
+    if (const auto location = headerValue(result->headers, "Location")) {
         if (auto url = Url::parse(*location)) {
             return *std::move(url);
         }
@@ -61,8 +57,8 @@ void GoogleWebservice::findDirectory(const std::string& name, Completion<FileLis
 void GoogleWebservice::createDirectory(const std::string& name,
                                        const std::optional<std::string>& parentIdentifier,
                                        Completion<File> completion) {
-    JsonValue body{{keyOf(File::CodingKeys::mimeType), folderMimeType},
-                   {keyOf(File::CodingKeys::name), name}};
+    JsonValue body{{keyText(File::CodingKeys::mimeType), folderMimeType},
+                   {keyText(File::CodingKeys::name), name}};
     if (parentIdentifier) {
         body["parents"] = JsonValue::array({*parentIdentifier});
     }
@@ -73,13 +69,12 @@ void GoogleWebservice::createDirectory(const std::string& name,
 void GoogleWebservice::createUploadUrl(const std::string& name, std::int64_t filesize,
                                        const std::string& parentIdentifier,
                                        Completion<Url> completion) {
-    const JsonValue body{{keyOf(File::CodingKeys::name), name},
+    const JsonValue body{{keyText(File::CodingKeys::name), name},
                          {"parents", JsonValue::array({parentIdentifier})}};
-    auto request =
-        makeRequest(RequestUrlType::url(endpoints::upload()), "POST", std::nullopt, &body);
+    auto request = makeRequest(RequestUrlType::url(uploadEndpoint()), "POST", std::nullopt, &body);
     // The file's size, for whoever looks at the request. It is not the length of this body, so the
     // HTTP session never sends it.
-    request.headers.add("Content-Length", std::to_string(filesize));
+    request.headers.emplace_back("Content-Length", std::to_string(filesize));
     perform(std::move(request), {},
             [completion = std::move(completion)](const Result<Response, WebserviceError>& result) {
                 completion(sessionUrl(result));
@@ -89,7 +84,7 @@ void GoogleWebservice::createUploadUrl(const std::string& name, std::int64_t fil
 void GoogleWebservice::upload(SharedBytes data, const Url& to, const ProgressReceiver& progress,
                               Completion<File> completion) {
     auto request = makeRequest(RequestUrlType::url(to), "POST", std::nullopt, nullptr);
-    request.headers.add("Content-Length", std::to_string(data.size()));
+    request.headers.emplace_back("Content-Length", std::to_string(data ? data->size() : 0));
     request.body = std::move(data);
     performForRecord<File>(std::move(request), progress, std::move(completion));
 }
@@ -99,8 +94,8 @@ void GoogleWebservice::createPermission(
     const std::optional<std::string>& email, const std::optional<std::string>& emailMessage,
     std::optional<std::chrono::system_clock::time_point> expiration,
     Completion<Permission> completion) {
-    JsonValue body{{keyOf(Permission::CodingKeys::role), role},
-                   {keyOf(Permission::CodingKeys::type), type}};
+    JsonValue body{{keyText(Permission::CodingKeys::role), role},
+                   {keyText(Permission::CodingKeys::type), type}};
     if (expiration) {
         body["expirationTime"] = formatLocalTime(*expiration);
     }
@@ -128,13 +123,13 @@ HttpRequest GoogleWebservice::makeRequest(const RequestUrlType& urlType, std::st
                                           const JsonValue* body) const {
     HttpRequest request{
         .url = urlType.resolved(), .method = std::move(method), .headers = {}, .body = {}};
-    request.headers.add("Authorization", "Bearer " + accessToken_);
+    request.headers.emplace_back("Authorization", "Bearer " + accessToken_);
     if (body != nullptr) {
         // Text that is not UTF-8 cannot be written as JSON; the request then goes without a body.
         if (const auto text = writeJson(*body)) {
-            request.body = SharedBytes(*text);
+            request.body = std::make_shared<const std::string>(*text);
         }
-        request.headers.add("Content-Type", "application/json; charset=utf-8");
+        request.headers.emplace_back("Content-Type", "application/json; charset=utf-8");
     }
     if (queryItems) {
         request.url = UrlBuilder::replacingQuery(request.url, *queryItems);
@@ -156,7 +151,7 @@ void GoogleWebservice::perform(HttpRequest request, const ProgressReceiver& prog
             },
         .outcome = {}};
     if (progress) {
-        transfer.progress = Progress::create(transfer.request.body.size());
+        transfer.progress = Progress::create(transfer.request.bodyText().size());
         progress(transfer.progress);
     }
     HttpSession::shared().start(std::move(transfer));

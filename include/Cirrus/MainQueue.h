@@ -37,9 +37,8 @@ public:
     /// Runs the tasks of the built-in queue on this thread, waiting for more, until `stop`.
     static void run() noexcept;
 
-    /// Runs the tasks that are in the built-in queue now, without waiting; tasks posted while it
-    /// runs stay for the next call. May be called from inside a task (a nested event loop). Returns
-    /// how many it ran.
+    /// Runs as many tasks as wait in the built-in queue now, and returns how many it ran. May be
+    /// called from inside a task (a nested event loop).
     static std::size_t drain() noexcept;
 
     /// A file descriptor that is readable (`poll`, `epoll`) while tasks wait in the built-in

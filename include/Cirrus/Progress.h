@@ -3,6 +3,7 @@
 #include <cstdint>
 #include <functional>
 #include <memory>
+#include <utility>
 
 #include <Cirrus/Export.h>
 
@@ -13,26 +14,28 @@ class Progress;
 /// Keeps an observer of a `Progress` installed until `invalidate` or destruction. After that no
 /// call of the observer begins; one that another thread has already begun may still be running.
 /// The observer itself is released as soon as no call of it runs.
-class CIRRUS_EXPORT ProgressObservation {
+class ProgressObservation {
 public:
     ProgressObservation() = default;
     ProgressObservation(const ProgressObservation&) = delete;
     ProgressObservation& operator=(const ProgressObservation&) = delete;
-    /// Takes over the observation; `other` has none then.
-    ProgressObservation(ProgressObservation&& other) noexcept = default;
+    /// Takes over the observation; the other object has none then.
+    ProgressObservation(ProgressObservation&&) noexcept = default;
     /// Ends the observation of this object and takes over the other's.
-    ProgressObservation& operator=(ProgressObservation&& other) noexcept;
-    ~ProgressObservation();
+    ProgressObservation& operator=(ProgressObservation&&) noexcept = default;
+    ~ProgressObservation() = default;
 
     /// Ends the observation; further calls do nothing.
-    void invalidate();
+    void invalidate() { handler_.reset(); }
 
 private:
     friend class Progress;
-    class Observer;
-    explicit ProgressObservation(std::shared_ptr<Observer> observer);
+    using Handler = std::function<void(const Progress&)>;
 
-    std::shared_ptr<Observer> observer_;
+    explicit ProgressObservation(std::shared_ptr<const Handler> handler)
+        : handler_(std::move(handler)) {}
+
+    std::shared_ptr<const Handler> handler_;
 };
 
 /// A count of work done: units completed out of a fixed total, plus the completed fractions of

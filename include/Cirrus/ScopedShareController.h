@@ -1,6 +1,6 @@
 #pragma once
 
-#include <optional>
+#include <memory>
 #include <utility>
 
 #include <Cirrus/ShareController.h>
@@ -19,18 +19,16 @@ public:
 
     /// Takes a job over, whether it runs already or not.
     explicit ScopedShareController(ShareController controller)
-        : controller_(std::move(controller)) {}
+        : controller_(std::make_unique<ShareController>(std::move(controller))) {}
 
     ScopedShareController(const ScopedShareController&) = delete;
     ScopedShareController& operator=(const ScopedShareController&) = delete;
-
-    ScopedShareController(ScopedShareController&& other) noexcept
-        : controller_(std::exchange(other.controller_, std::nullopt)) {}
+    ScopedShareController(ScopedShareController&&) noexcept = default;
 
     ScopedShareController& operator=(ScopedShareController&& other) noexcept {
         if (this != &other) {
             stop();
-            controller_ = std::exchange(other.controller_, std::nullopt);
+            controller_ = std::move(other.controller_);
         }
         return *this;
     }
@@ -41,25 +39,19 @@ public:
     /// whose content is being sent arrives whole.
     void stop() noexcept {
         // Out of this object first: what the callbacks hold may come back here when it goes.
-        if (auto controller = std::exchange(controller_, std::nullopt)) {
+        if (const auto controller = std::move(controller_)) {
             controller->cancel();
         }
     }
 
     /// Whether there is a job, finished or not.
-    explicit operator bool() const noexcept { return controller_.has_value(); }
+    explicit operator bool() const noexcept { return controller_ != nullptr; }
 
     /// The job; null if there is none.
-    ShareController* operator->() noexcept {
-        return controller_.has_value() ? &*controller_ : nullptr;
-    }
-
-    const ShareController* operator->() const noexcept {
-        return controller_.has_value() ? &*controller_ : nullptr;
-    }
+    ShareController* operator->() const noexcept { return controller_.get(); }
 
 private:
-    std::optional<ShareController> controller_;
+    std::unique_ptr<ShareController> controller_;
 };
 
 } // namespace cirrus

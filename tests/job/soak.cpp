@@ -14,7 +14,8 @@
 
 #include "Cirrus/ShareJob.h"
 #include "Cirrus/platform/http/HttpSession.h"
-#include "Cirrus/platform/threads/SerialQueue.h"
+#include "Cirrus/platform/threads/LibraryThread.h"
+#include "Cirrus/platform/threads/TaskQueue.h"
 #include "Cirrus/webservice/GoogleWebservice.h"
 #include "tests/support/ScriptedWebservice.h"
 #include "tests/support/TemporaryFolder.h"
@@ -26,7 +27,18 @@ namespace {
 
 const auto mainThread = std::this_thread::get_id();
 thread_local bool isInHostCall = false;
-std::deque<SerialQueue> threads;
+
+/// Runs tasks one after another, on a thread as the library has them.
+struct Worker {
+    TaskQueue tasks;
+    LibraryThread thread{[this] {
+        while (const auto task = tasks.wait()) {
+            task();
+        }
+    }};
+};
+
+std::deque<Worker> threads;
 
 enum class Kind {
     uploadBegins,
@@ -96,10 +108,10 @@ private:
     }
 
     /// Runs a task on some thread. The last one to end wakes the main thread.
-    void onSomeThread(SerialQueue::Task task) {
+    void onSomeThread(TaskQueue::Task task) {
         ++unfinished_;
         const std::size_t index = isOneIn(2) ? 0 : threads.size() - 1;
-        threads[index].post([this, task = std::move(task)]() mutable {
+        threads[index].tasks.post([this, task = std::move(task)]() mutable {
             std::exchange(task, nullptr)();
             if (--unfinished_ == 0) {
                 MainQueue::post([] {});
@@ -255,8 +267,9 @@ int main(int count, char** arguments) {
     cirrus::tests::threads.resize(2);
     const bool isClean = cirrus::tests::soak(options["--schedules"], options["--seed"]);
     // With what libraries keep for each thread.
-    for (auto& thread : cirrus::tests::threads) {
-        thread.stop(cirrus::tests::patience);
+    for (auto& worker : cirrus::tests::threads) {
+        worker.tasks.stop();
+        worker.thread.join(cirrus::tests::patience);
     }
     return isClean ? 0 : 1;
 }

@@ -10,19 +10,22 @@
 namespace cirrus::tests {
 namespace {
 
-TEST(MainQueue, DrainRunsOnlyWhatWaitedWhenItBegan) {
+TEST(MainQueue, DrainRunsAsManyTasksAsWaitedWhenItBegan) {
     std::string order;
     MainQueue::post([&] {
         order += "(";
         EXPECT_EQ(MainQueue::drain(), 2U);
         order += ")";
     });
-    MainQueue::post([&] { MainQueue::post([&] { order += "c"; }); });
+    MainQueue::post([&] { order += "a"; });
     MainQueue::post([&] { order += "b"; });
     EXPECT_EQ(MainQueue::drain(), 1U);
-    EXPECT_EQ(order, "(b)");
+    EXPECT_EQ(order, "(ab)");
+    MainQueue::post([&] { MainQueue::post([&] { order += "c"; }); });
     EXPECT_EQ(MainQueue::drain(), 1U);
-    EXPECT_EQ(order, "(b)c");
+    EXPECT_EQ(order, "(ab)");
+    EXPECT_EQ(MainQueue::drain(), 1U);
+    EXPECT_EQ(order, "(ab)c");
 }
 
 TEST(MainQueue, RunsUntilItIsStopped) {

@@ -9,7 +9,7 @@ int ConnectionTable::open(int family, int type, int protocol, const CurlTransfer
     if (socket >= 0) {
         // libcurl does not report every socket that it closes, and numbers are reused.
         std::erase_if(connections_, [socket](const auto& held) { return held.socket == socket; });
-        connections_.push_back({.socket = socket, .localPort = 0, .user = &user});
+        connections_.push_back({.socket = socket, .user = &user});
     }
     return socket;
 }
@@ -19,18 +19,10 @@ void ConnectionTable::close(int socket) {
     sockets::close(socket);
 }
 
-void ConnectionTable::didConnect(int localPort, const CurlTransfer& user) {
-    for (auto& connection : connections_) {
-        if (connection.user == &user && sockets::localPort(connection.socket) == localPort) {
-            connection.localPort = localPort;
-        } else if (connection.localPort == localPort) {
-            connection.localPort = 0; // closed without a report
-        }
-    }
-}
-
-int ConnectionTable::reuse(int localPort, const CurlTransfer& user) {
-    const auto found = std::ranges::find(connections_, localPort, &Connection::localPort);
+int ConnectionTable::use(int localPort, const CurlTransfer& user) {
+    const auto found = std::ranges::find_if(connections_, [localPort](const auto& held) {
+        return sockets::localPort(held.socket) == localPort;
+    });
     if (found == connections_.end()) {
         return -1;
     }
@@ -49,13 +41,11 @@ void ConnectionTable::release(const CurlTransfer& user) {
 std::optional<Traffic> ConnectionTable::traffic(const CurlTransfer& user) const {
     std::optional<Traffic> sum;
     for (const auto& connection : connections_) {
-        const auto moved =
-            connection.user == &user ? sockets::traffic(connection.socket) : std::nullopt;
-        if (moved) {
-            const auto before = sum.value_or(Traffic());
-            sum = {.acknowledged = before.acknowledged + moved->acknowledged,
-                   .received = before.received + moved->received,
-                   .read = before.read + moved->read};
+        if (connection.user != &user) {
+            continue;
+        }
+        if (const auto moved = sockets::traffic(connection.socket)) {
+            sum = sum.value_or(Traffic()) + *moved;
         }
     }
     return sum;

@@ -10,7 +10,7 @@ namespace cirrus {
 class CurlTransfer;
 
 /// The sockets of all connections, in use or kept for reuse, and which transfer uses each. Needed
-/// because libcurl does not say which socket a kept connection has. Used on the network thread.
+/// because libcurl does not say which socket a transfer has. Used on the network thread.
 class ConnectionTable {
 public:
     /// Opens a socket for this transfer; negative if the system refuses.
@@ -18,23 +18,20 @@ public:
 
     void close(int socket);
 
-    /// Notes the local port of a transfer's new connection, so that it is found when it is reused.
-    void didConnect(int localPort, const CurlTransfer& user);
-
-    /// Hands the kept connection with this local port to a transfer; returns its socket, or -1 if
-    /// there is none.
-    int reuse(int localPort, const CurlTransfer& user);
+    /// Gives the connection with this local port to a transfer that begins its request on it.
+    /// Returns its socket, or -1 if there is none.
+    int use(int localPort, const CurlTransfer& user);
 
     /// The transfer has ended; its connections may be kept.
     void release(const CurlTransfer& user);
 
-    /// What has moved on the connections of a transfer; nullopt if the system does not count it.
+    /// What has moved on the connections of a transfer, several while it tries more than one
+    /// address; nullopt if the system does not count it.
     [[nodiscard]] std::optional<Traffic> traffic(const CurlTransfer& user) const;
 
 private:
     struct Connection {
         int socket;
-        int localPort;            ///< 0 until it is connected
         const CurlTransfer* user; ///< null while the connection is only kept
     };
 

@@ -1,13 +1,16 @@
 #pragma once
 
+#include <curl/curl.h>
+
 #include <functional>
+#include <map>
 #include <memory>
 #include <mutex>
 #include <utility>
 #include <vector>
 
-#include "Cirrus/platform/http/HttpTransfer.h"
-#include "Cirrus/platform/http/TestServer.h"
+#include "Cirrus/platform/http/ConnectionTable.h"
+#include "Cirrus/platform/http/CurlTransfer.h"
 
 namespace cirrus {
 
@@ -16,36 +19,48 @@ class CurlEngine {
 public:
     using Ended = std::function<void(std::shared_ptr<HttpTransfer>)>;
 
+    /// `ended` is called in `run` for each transfer that has ended, with its outcome filled in.
     /// Throws `std::system_error` if the system has no descriptor left for it.
-    CurlEngine();
+    explicit CurlEngine(Ended ended);
     CurlEngine(const CurlEngine&) = delete;
     CurlEngine& operator=(const CurlEngine&) = delete;
     ~CurlEngine();
 
     /// Starts a transfer; a null `server` means the real network. Safe from any thread; dropped
     /// without a word after `stop`. False, and nothing is started, if `run` cannot be woken up.
-    [[nodiscard]] bool submit(const std::shared_ptr<HttpTransfer>& transfer,
+    [[nodiscard]] bool submit(std::shared_ptr<HttpTransfer> transfer,
                               std::shared_ptr<const TestServer> server);
 
-    /// Drives all transfers on this thread until `stop`, and calls `ended` here for each one that
-    /// has ended, with its outcome filled in. Those still in flight at `stop` are dropped.
-    void run(const Ended& ended);
+    /// Drives all transfers on this thread until `stop`. Those still in flight then are dropped.
+    void run();
 
     /// Makes `run` return soon. Safe from any thread.
     void stop();
 
 private:
-    class Loop;
+    using Clock = CurlTransfer::Clock;
     using Submitted =
         std::vector<std::pair<std::shared_ptr<HttpTransfer>, std::shared_ptr<const TestServer>>>;
 
-    [[nodiscard]] Submitted takeSubmitted();
-    [[nodiscard]] bool hasNews();
+    [[nodiscard]] bool isStopping();
+    void beginSubmitted();
+    void begin(std::shared_ptr<HttpTransfer> transfer, std::shared_ptr<const TestServer> server);
+    void advance();
+    void endOverdue();
+    void end(CURL* easy, CURLcode code);
+    void wait();
+    void closeAll();
 
-    std::mutex mutex_;
-    std::shared_ptr<Loop> loop_; ///< shared with whoever wakes it
+    const Ended ended_;
+
+    std::mutex mutex_; ///< guards the three below
+    CURLM* multi_;     ///< null once `run` has returned; used without the lock in `run`
     Submitted submitted_;
     bool isStopping_ = false;
+
+    ConnectionTable connections_;
+    std::map<CURL*, std::unique_ptr<CurlTransfer>> transfers_;
+    Clock::time_point nextLook_;
 };
 
 } // namespace cirrus

@@ -22,7 +22,7 @@ constexpr std::size_t longestHead = std::size_t{300} * 1024;
 constexpr std::uint64_t mostReceived = std::uint64_t{2} * longestAnswer;
 
 /// Up to this size, as nearly all requests have it, a body goes to libcurl in one piece.
-constexpr std::uint64_t longestWholeBody = std::uint64_t{64} * 1024;
+constexpr std::size_t longestWholeBody = std::size_t{64} * 1024;
 
 /// A kept connection that was idle for more seconds is not reused: servers close theirs about then.
 constexpr long longestReuse = 15;
@@ -35,7 +35,7 @@ CurlTransfer::CurlTransfer(std::shared_ptr<HttpTransfer> transfer,
       server_(std::move(server)),
       connections_(connections),
       easy_(curl_easy_init()),
-      pacer_(transfer_->request.body.asText()) {
+      pacer_(transfer_->request.bodyText()) {
     setGeneralOptions();
     setCallbacks();
     setServer();
@@ -155,15 +155,16 @@ void CurlTransfer::setRequest() {
     // The address of a session goes back as it came; libcurl would tidy it up.
     set(CURLOPT_REQUEST_TARGET, UrlBuilder::requestTarget(request.url).c_str());
     if (request.method == "POST") {
+        const auto body = request.bodyText();
         set(CURLOPT_POST, 1L);
-        set(CURLOPT_POSTFIELDSIZE_LARGE, static_cast<curl_off_t>(request.body.size()));
-        if (request.body.size() <= longestWholeBody) {
+        set(CURLOPT_POSTFIELDSIZE_LARGE, static_cast<curl_off_t>(body.size()));
+        if (body.size() <= longestWholeBody) {
             // libcurl sends it together with the head. It does not copy it.
-            set(CURLOPT_POSTFIELDS, request.body.size() > 0 ? request.body.asText().data() : "");
+            set(CURLOPT_POSTFIELDS, body.empty() ? "" : body.data());
         }
         set(CURLOPT_UPLOAD_BUFFERSIZE,
-            static_cast<long>(std::clamp<std::uint64_t>(
-                request.body.size(), UploadPacer::smallestChunk, UploadPacer::largestChunk)));
+            static_cast<long>(
+                std::clamp(body.size(), UploadPacer::smallestChunk, UploadPacer::largestChunk)));
     } else {
         set(CURLOPT_CUSTOMREQUEST, request.method.c_str());
     }
@@ -198,7 +199,7 @@ HeaderFields CurlTransfer::receivedHeaders() const {
     while ((field = curl_easy_nextheader(easy_, CURLH_HEADER, -1, field)) != nullptr) {
         // libcurl 7.88 leaves the line end in a field without a value.
         const std::string_view value(field->value);
-        fields.add(field->name, std::string(value == "\r" ? "" : value));
+        fields.emplace_back(field->name, value == "\r" ? "" : value);
     }
     return fields;
 }
@@ -292,11 +293,9 @@ int CurlTransfer::beginRequest(void* self, char*, char*, int, int localPort) noe
     if (transfer.mustNotSendAgain()) {
         return CURL_PREREQFUNC_ABORT;
     }
+    const int socket = transfer.connections_.use(localPort, transfer);
     if (transfer.get<long>(CURLINFO_NUM_CONNECTS) == 0) {
-        const int socket = transfer.connections_.reuse(localPort, transfer);
         transfer.isConnectionStale_ = socket < 0 || sockets::hasInput(socket);
-    } else {
-        transfer.connections_.didConnect(localPort, transfer);
     }
     transfer.trafficBefore_ = transfer.connections_.traffic(transfer).value_or(Traffic());
     transfer.hasBegun_ = !transfer.isConnectionStale_;

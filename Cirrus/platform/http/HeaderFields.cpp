@@ -1,12 +1,12 @@
 #include "Cirrus/platform/http/HeaderFields.h"
 
-#include <algorithm>
+#include <curl/curl.h>
 
 namespace cirrus {
 
-std::optional<std::string> HeaderFields::value(std::string_view name) const {
+std::optional<std::string> headerValue(const HeaderFields& fields, const std::string& name) {
     std::optional<std::string> joined;
-    for (const auto& [other, value] : fields_) {
+    for (const auto& [other, value] : fields) {
         if (areSameName(other, name)) {
             joined = joined ? *joined + ", " + value : value;
         }
@@ -14,11 +14,8 @@ std::optional<std::string> HeaderFields::value(std::string_view name) const {
     return joined;
 }
 
-bool areSameName(std::string_view left, std::string_view right) {
-    const auto lowerCase = [](char letter) {
-        return letter >= 'A' && letter <= 'Z' ? static_cast<char>(letter - 'A' + 'a') : letter;
-    };
-    return std::ranges::equal(left, right, {}, lowerCase, lowerCase);
+bool areSameName(const std::string& left, const std::string& right) {
+    return curl_strequal(left.c_str(), right.c_str()) != 0;
 }
 
 } // namespace cirrus

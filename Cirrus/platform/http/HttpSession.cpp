@@ -8,29 +8,12 @@
 #include <Cirrus/MainQueue.h>
 
 #include "Cirrus/platform/http/CurlEngine.h"
-#include "Cirrus/platform/threads/LibraryThread.h"
 #include "Cirrus/platform/threads/ProcessExit.h"
-#include "Cirrus/platform/threads/SerialQueue.h"
 
 namespace cirrus {
 
-struct HttpSession::Threads {
-    /// Throws `std::system_error` if the system refuses a thread or a descriptor.
-    explicit Threads(HttpSession& session)
-        : network([this, &session] {
-              engine.run([this, &session](std::shared_ptr<HttpTransfer> transfer) {
-                  end(session, std::move(transfer));
-              });
-          }) {}
-
-    void end(HttpSession& session, std::shared_ptr<HttpTransfer> transfer) {
-        callbacks.post([&session, transfer = std::move(transfer)] { session.complete(*transfer); });
-    }
-
-    CurlEngine engine;
-    SerialQueue callbacks;
-    LibraryThread network;
-};
+HttpSession::HttpSession() = default;
+HttpSession::~HttpSession() = default;
 
 HttpSession& HttpSession::shared() {
     // Never destroyed, since requests may still be made while the process exits.
@@ -40,19 +23,25 @@ HttpSession& HttpSession::shared() {
 
 void HttpSession::start(HttpTransfer transfer) {
     auto shared = std::make_shared<HttpTransfer>(std::move(transfer));
-    std::unique_lock lock(mutex_);
-    if (const auto started = startThreads(); !started) {
-        lock.unlock();
-        shared->outcome.error = started.error();
+    const auto fail = [&shared](std::string text) {
+        shared->outcome.error = TransportError{
+            .reason = TransportError::Reason::other, .code = 0, .text = std::move(text)};
         MainQueue::post([shared] { shared->completion(std::move(shared->outcome)); });
+    };
+    std::unique_lock lock(mutex_);
+    try {
+        startThreads();
+    } catch (const std::system_error& error) {
+        lock.unlock();
+        fail("The system has no thread or descriptor: " + error.code().message());
         return;
     }
     ++unfinished_;
-    if (!threads_->engine.submit(shared, server_)) {
-        shared->outcome.error = TransportError{.reason = TransportError::Reason::other,
-                                               .code = 0,
-                                               .text = "The network thread cannot be woken up"};
-        threads_->end(*this, std::move(shared));
+    if (!engine_->submit(shared, server_)) {
+        --unfinished_;
+        unfinished_.notify_all();
+        lock.unlock();
+        fail("The network thread cannot be woken up");
     }
 }
 
@@ -68,34 +57,40 @@ void HttpSession::connectTo(std::optional<TestServer> server) {
     server_.swap(shared);
 }
 
-/// With the lock held.
-Result<void, TransportError> HttpSession::startThreads() {
-    if (threads_) {
-        return {};
+/// With the lock held. Throws `std::system_error` if the system refuses a thread or a descriptor;
+/// what was started until then is there for the next call.
+void HttpSession::startThreads() {
+    if (networkThread_) {
+        return;
     }
-    try {
-        threads_ = std::make_unique<Threads>(*this);
-    } catch (const std::system_error& error) {
-        return std::unexpected(TransportError{.reason = TransportError::Reason::other,
-                                              .code = 0,
-                                              .text = "The system has no thread or descriptor: " +
-                                                      error.code().message()});
+    if (!engine_) {
+        engine_ = std::make_unique<CurlEngine>([this](std::shared_ptr<HttpTransfer> transfer) {
+            callbacks_.post([this, transfer = std::move(transfer)] { complete(*transfer); });
+        });
     }
+    if (!callbackThread_) {
+        callbackThread_ = std::make_unique<LibraryThread>([this] {
+            while (const auto task = callbacks_.wait()) {
+                task();
+            }
+        });
+    }
+    networkThread_ = std::make_unique<LibraryThread>([this] { engine_->run(); });
     // Exit handlers run in reverse order, so this one runs before those of libcurl and OpenSSL,
     // which must not clean up under a running thread.
     atProcessExit([] { shared().stop(); });
-    return {};
 }
 
 void HttpSession::stop() {
     constexpr std::chrono::seconds patience(2);
-    threads_->engine.stop();
-    threads_->network.join(patience);
-    threads_->callbacks.stop(patience);
+    engine_->stop();
+    networkThread_->join(patience);
+    callbacks_.stop();
+    callbackThread_->join(patience);
 }
 
 void HttpSession::complete(HttpTransfer& transfer) {
-    assert(threads_->callbacks.isCurrentThread());
+    assert(callbackThread_->isCurrent());
     // Before the completion, which may read the next file.
     transfer.request.body = {};
     if (transfer.progress && transfer.outcome.response && transfer.outcome.response->isSuccess()) {

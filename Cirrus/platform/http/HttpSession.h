@@ -6,12 +6,14 @@
 #include <mutex>
 #include <optional>
 
-#include <Cirrus/Error.h>
-
 #include "Cirrus/platform/http/HttpTransfer.h"
 #include "Cirrus/platform/http/TestServer.h"
+#include "Cirrus/platform/threads/LibraryThread.h"
+#include "Cirrus/platform/threads/TaskQueue.h"
 
 namespace cirrus {
+
+class CurlEngine;
 
 /// The HTTP client of the process. HTTPS only, HTTP/1.1 on connections that are kept alive; no
 /// cache, no cookies, no redirects; no request is ever sent twice.
@@ -40,18 +42,20 @@ public:
     void connectTo(std::optional<TestServer> server);
 
 private:
-    struct Threads;
-
-    HttpSession() = default;
-    ~HttpSession() = default;
-    [[nodiscard]] Result<void, TransportError> startThreads();
+    HttpSession();
+    ~HttpSession();
+    void startThreads();
     void stop();
     void complete(HttpTransfer& transfer);
 
     std::atomic<std::size_t> unfinished_ = 0;
-    std::mutex mutex_;
+    TaskQueue callbacks_;
+
+    std::mutex mutex_;                         ///< guards what follows
     std::shared_ptr<const TestServer> server_; ///< null: the real network
-    std::unique_ptr<Threads> threads_;
+    std::unique_ptr<CurlEngine> engine_;
+    std::unique_ptr<LibraryThread> callbackThread_;
+    std::unique_ptr<LibraryThread> networkThread_; ///< the last to start
 };
 
 } // namespace cirrus

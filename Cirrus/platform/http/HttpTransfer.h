@@ -5,6 +5,7 @@
 #include <memory>
 #include <optional>
 #include <string>
+#include <string_view>
 
 #include <Cirrus/Progress.h>
 #include <Cirrus/Url.h>
@@ -23,6 +24,8 @@ struct HttpRequest {
     /// The request fails if nothing moves for this long in either direction. Its whole duration is
     /// not limited.
     std::chrono::milliseconds idleLimit = std::chrono::seconds(10);
+
+    [[nodiscard]] std::string_view bodyText() const { return body ? *body : std::string_view(); }
 };
 
 /// Why a request must not be sent at all; nullopt if it may. The text quotes no value, since a

@@ -22,7 +22,7 @@ int QueueDescriptor::open() {
 
 void QueueDescriptor::setReadable() {
     if (writing_ >= 0) {
-        static_cast<void>(::write(writing_, "", 1));
+        [[maybe_unused]] const auto count = ::write(writing_, "", 1);
     }
 }
 

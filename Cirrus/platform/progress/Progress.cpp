@@ -16,54 +16,6 @@ constexpr double finestShare = 1.0 / (1U << 20U);
 
 } // namespace
 
-class ProgressObservation::Observer {
-public:
-    explicit Observer(Progress::Handler handler)
-        : handler_(std::make_shared<const Progress::Handler>(std::move(handler))) {}
-
-    void call(const Progress& progress) {
-        if (const auto handler = current()) {
-            (*handler)(progress);
-        }
-    }
-
-    void end() {
-        std::shared_ptr<const Progress::Handler> released;
-        const std::scoped_lock lock(mutex_);
-        released.swap(handler_);
-    }
-
-private:
-    std::shared_ptr<const Progress::Handler> current() {
-        const std::scoped_lock lock(mutex_);
-        return handler_;
-    }
-
-    std::mutex mutex_;
-    std::shared_ptr<const Progress::Handler> handler_;
-};
-
-ProgressObservation::ProgressObservation(std::shared_ptr<Observer> observer)
-    : observer_(std::move(observer)) {}
-
-ProgressObservation& ProgressObservation::operator=(ProgressObservation&& other) noexcept {
-    if (this != &other) {
-        invalidate();
-        observer_ = std::move(other.observer_);
-    }
-    return *this;
-}
-
-ProgressObservation::~ProgressObservation() {
-    invalidate();
-}
-
-void ProgressObservation::invalidate() {
-    if (const auto observer = std::exchange(observer_, nullptr)) {
-        observer->end();
-    }
-}
-
 struct Progress::State {
     explicit State(std::uint64_t total) : totalUnitCount(total) {}
 
@@ -74,29 +26,22 @@ struct Progress::State {
         if (totalUnitCount == 0) {
             return 0;
         }
-        const double done = static_cast<double>(completedUnitCount) +
-                            static_cast<double>(finishedChildrenUnitCount) + activeShares;
+        const double done = static_cast<double>(completedUnitCount) + childrenShare;
         return std::min(done / static_cast<double>(totalUnitCount), 1.0);
     }
-
-    using Observers = std::vector<std::weak_ptr<ProgressObservation::Observer>>;
 
     const std::uint64_t totalUnitCount;
     mutable std::mutex mutex;
     std::uint64_t completedUnitCount = 0;
-    std::uint64_t finishedChildrenUnitCount = 0;
-    double activeShares = 0;
+    double childrenShare = 0; ///< in units
     bool isFinished = false;
-    /// Replaced, never changed, so that it can be gone through without the lock. Null until
-    /// somebody observes.
-    std::shared_ptr<const Observers> observers;
+    std::vector<std::weak_ptr<const Handler>> observers;
     std::weak_ptr<Progress> parent;
     bool hasParent = false;
 
     /// What this object counts for in its parent, whose mutex guards it.
     std::uint64_t unitsInParent = 0;
     double shareInParent = 0;
-    bool isDoneInParent = false;
 };
 
 std::shared_ptr<Progress> Progress::create(std::uint64_t totalUnitCount) {
@@ -146,33 +91,20 @@ void Progress::addChild(const std::shared_ptr<Progress>& child, std::uint64_t pe
 
 void Progress::childChanged(State& child, double fraction) {
     change([&child, fraction](State& state) {
-        if (child.isDoneInParent) {
-            return;
-        }
+        const double share = static_cast<double>(child.unitsInParent) * fraction;
+        const double rounded = std::floor(share / finestShare) * finestShare;
         // Changes made at the same time may arrive in either order; the greatest one counts.
-        const auto units = static_cast<double>(child.unitsInParent);
-        const double share =
-            std::max(child.shareInParent, std::floor(units * fraction / finestShare) * finestShare);
-        state.activeShares += share - child.shareInParent;
-        child.shareInParent = share;
-        if (fraction >= 1) {
-            state.activeShares -= share;
-            state.finishedChildrenUnitCount += child.unitsInParent;
-            child.isDoneInParent = true;
-        }
+        const double before =
+            std::exchange(child.shareInParent, std::max(child.shareInParent, rounded));
+        state.childrenShare += child.shareInParent - before;
     });
 }
 
 ProgressObservation Progress::observe(Handler handler) const {
-    auto observer = std::make_shared<ProgressObservation::Observer>(std::move(handler));
+    auto observer = std::make_shared<const Handler>(std::move(handler));
     const std::scoped_lock lock(state_->mutex);
-    State::Observers observers;
-    if (state_->observers) {
-        observers = *state_->observers;
-    }
-    std::erase_if(observers, [](const auto& known) { return known.expired(); });
-    observers.push_back(observer);
-    state_->observers = std::make_shared<const State::Observers>(std::move(observers));
+    std::erase_if(state_->observers, [](const auto& known) { return known.expired(); });
+    state_->observers.push_back(observer);
     return ProgressObservation(std::move(observer));
 }
 
@@ -181,7 +113,7 @@ ProgressObservation Progress::observe(Handler handler) const {
 template <class Change>
 void Progress::change(const Change& apply) {
     double fraction = 0;
-    std::shared_ptr<const State::Observers> observers;
+    std::vector<std::weak_ptr<const Handler>> observers;
     std::shared_ptr<Progress> parent;
     {
         const std::scoped_lock lock(state_->mutex);
@@ -194,11 +126,9 @@ void Progress::change(const Change& apply) {
         observers = state_->observers;
         parent = state_->parent.lock();
     }
-    if (observers) {
-        for (const auto& known : *observers) {
-            if (const auto observer = known.lock()) {
-                observer->call(*this);
-            }
+    for (const auto& known : observers) {
+        if (const auto observer = known.lock()) {
+            (*observer)(*this);
         }
     }
     if (parent) {

@@ -1,39 +1,25 @@
 #include "Cirrus/platform/threads/LibraryThread.h"
 
-#include <memory>
+#include <optional>
 #include <utility>
 
-#include "Cirrus/platform/threads/SignalMask.h"
+#include "Cirrus/platform/threads/Process.h"
 
 namespace cirrus {
 
 namespace {
 
-/// Says that a thread ends, by its own end.
-class End {
-public:
-    explicit End(std::shared_ptr<std::promise<void>> end) : end_(std::move(end)) {}
-
-    End(const End&) = delete;
-    End& operator=(const End&) = delete;
-
-    ~End() { end_->set_value(); }
-
-private:
-    const std::shared_ptr<std::promise<void>> end_;
-};
-
-/// Null on the host's threads. Not `set_value_at_thread_exit`: libstdc++ does nothing of the kind
-/// any more once the process exits.
-thread_local std::unique_ptr<End> endOfThread;
+/// Empty on the host's threads. Its destruction tells of the thread's end; not
+/// `set_value_at_thread_exit`, since libstdc++ does nothing of the kind once the process exits.
+thread_local std::optional<std::promise<void>> endOfThread;
 
 } // namespace
 
 LibraryThread::LibraryThread(std::function<void()> body) {
-    auto end = std::make_shared<std::promise<void>>();
-    ended_ = end->get_future();
-    auto run = [body = std::move(body), end = std::move(end)] {
-        endOfThread = std::make_unique<End>(end);
+    std::promise<void> end;
+    ended_ = end.get_future();
+    auto run = [body = std::move(body), end = std::move(end)]() mutable {
+        endOfThread = std::move(end);
         body();
     };
     // A thread inherits the mask of its creator, so there is no moment in which it has another.
@@ -58,7 +44,7 @@ bool LibraryThread::join(std::chrono::milliseconds bound) {
 }
 
 bool isLibraryThread() {
-    return endOfThread != nullptr;
+    return endOfThread.has_value();
 }
 
 } // namespace cirrus

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstdint>
+#include <functional>
 
 namespace cirrus {
 
@@ -10,5 +11,8 @@ namespace cirrus {
 /// Keeps the library in memory until the process ends, where no linker's flag does: its threads may
 /// still run when a plug-in host unloads it.
 void keepLibraryLoaded();
+
+/// Calls `action` while every signal is blocked on this thread.
+void withSignalsBlocked(const std::function<void()>& action);
 
 } // namespace cirrus

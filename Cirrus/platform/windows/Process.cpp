@@ -19,4 +19,8 @@ void keepLibraryLoaded() {
                          inside, &itself);
 }
 
+void withSignalsBlocked(const std::function<void()>& action) {
+    action(); // Windows has no signals that could interrupt a thread
+}
+
 } // namespace cirrus
