@@ -4,7 +4,7 @@
 #include <utility>
 
 #include "Cirrus/Log.h"
-#include "Cirrus/platform/threads/ProcessExit.h"
+#include "Cirrus/platform/threads/Process.h"
 
 namespace cirrus {
 

@@ -32,22 +32,6 @@ std::string readValue(const JsonValue& json, std::optional<Url>& url) {
     return url ? "" : "not a URL";
 }
 
-JsonValue writeValue(const std::string& text) {
-    return text;
-}
-
-JsonValue writeValue(bool boolean) {
-    return boolean;
-}
-
-JsonValue writeValue(const std::optional<bool>& boolean) {
-    return boolean ? JsonValue(*boolean) : JsonValue();
-}
-
-JsonValue writeValue(const std::optional<Url>& url) {
-    return url ? JsonValue(url->text()) : JsonValue();
-}
-
 const JsonValue* findMember(const JsonValue& object, const std::string& key) {
     const auto found = object.find(key);
     return found != object.end() && !found->is_null() ? &*found : nullptr;

@@ -26,10 +26,20 @@ template <class Record>
 [[nodiscard]] std::string readValue(const JsonValue& json, std::vector<Record>& records);
 
 // Each writes a member; JSON's null stands for an absent one.
-[[nodiscard]] JsonValue writeValue(const std::string& text);
-[[nodiscard]] JsonValue writeValue(bool boolean);
-[[nodiscard]] JsonValue writeValue(const std::optional<bool>& boolean);
-[[nodiscard]] JsonValue writeValue(const std::optional<Url>& url);
+template <class Value>
+[[nodiscard]] JsonValue writeValue(const Value& value) {
+    return value;
+}
+
+inline JsonValue writeValue(const Url& url) {
+    return url.text();
+}
+
+template <class Value>
+[[nodiscard]] JsonValue writeValue(const std::optional<Value>& value) {
+    return value ? writeValue(*value) : JsonValue();
+}
+
 template <class Record>
 [[nodiscard]] JsonValue writeValue(const std::vector<Record>& records);
 

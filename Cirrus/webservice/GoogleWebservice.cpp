@@ -121,8 +121,7 @@ void GoogleWebservice::requestFile(const std::string& fileIdentifier, Completion
 HttpRequest GoogleWebservice::makeRequest(const RequestUrlType& urlType, std::string method,
                                           const std::optional<QueryItems>& queryItems,
                                           const JsonValue* body) const {
-    HttpRequest request{
-        .url = urlType.resolved(), .method = std::move(method), .headers = {}, .body = {}};
+    HttpRequest request{.url = urlType.resolved(), .method = std::move(method)};
     request.headers.emplace_back("Authorization", "Bearer " + accessToken_);
     if (body != nullptr) {
         // Text that is not UTF-8 cannot be written as JSON; the request then goes without a body.
@@ -142,14 +141,12 @@ void GoogleWebservice::perform(HttpRequest request, const ProgressReceiver& prog
                                Completion<Response> completion) {
     HttpTransfer transfer{
         .request = std::move(request),
-        .progress = {},
         .completion =
             [self = weak_from_this(), completion = std::move(completion)](HttpOutcome outcome) {
                 if (!self.expired()) {
                     completion(classify(std::move(outcome)));
                 }
-            },
-        .outcome = {}};
+            }};
     if (progress) {
         transfer.progress = Progress::create(transfer.request.bodyText().size());
         progress(transfer.progress);

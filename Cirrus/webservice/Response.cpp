@@ -5,7 +5,6 @@
 
 #include "Cirrus/platform/errors/ErrorKind.h"
 #include "Cirrus/platform/formats/Json.h"
-#include "Cirrus/webservice/ConnectionError.h"
 
 namespace cirrus {
 

@@ -4,7 +4,6 @@
 #include <utility>
 
 #include "Cirrus/platform/errors/ErrorKind.h"
-#include "Cirrus/webservice/ConnectionError.h"
 
 namespace cirrus {
 
@@ -35,22 +34,24 @@ FailureReason reasonFor(const AnyError& error) {
     const auto* const connection = errorAs<ConnectionError>(error);
     const auto* const transport =
         connection != nullptr ? &connection->cause : errorAs<TransportError>(error);
-    switch (transport != nullptr ? transport->reason : TransportError::Reason::other) {
-    case TransportError::Reason::noConnection:
-        return FailureReason::offline;
-    case TransportError::Reason::timedOut:
-        return FailureReason::timedOut;
-    case TransportError::Reason::untrustedCertificate:
-        return FailureReason::untrustedConnection;
-    case TransportError::Reason::connectionLost:
-        return FailureReason::connectionLost;
-    case TransportError::Reason::other:
-        break;
-    }
-    return FailureReason::other;
+    return transport != nullptr ? transport->reason : FailureReason::other;
 }
 
 } // namespace
+
+std::optional<std::string> ConnectionError::errorDescription() const {
+    switch (cause.reason) {
+    case FailureReason::offline:
+        return "Could not connect to Google. Check your internet connection and try again.";
+    case FailureReason::timedOut:
+        return "Google did not answer in time. Check your internet connection and try again.";
+    case FailureReason::untrustedConnection:
+        return "The connection to Google is not secure: the server's certificate is not trusted. "
+               "Check your network and the date of this computer.";
+    default:
+        return std::nullopt;
+    }
+}
 
 WebserviceError::WebserviceError(Case kind, std::optional<AnyError> carried)
     : kind_(kind), carried_(std::move(carried)) {}

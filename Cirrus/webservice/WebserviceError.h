@@ -7,10 +7,20 @@
 #include <Cirrus/Error.h>
 #include <Cirrus/Failure.h>
 
+#include "Cirrus/platform/http/HttpTransfer.h"
 #include "Cirrus/records/DecodingError.h"
 #include "Cirrus/records/ServiceError.h"
 
 namespace cirrus {
+
+/// A transport error that the user can do something about, with a text that says what.
+struct ConnectionError {
+    TransportError cause; ///< its reason is one with a text
+
+    [[nodiscard]] std::string diagnosticText() const { return cause.diagnosticText(); }
+
+    [[nodiscard]] std::optional<std::string> errorDescription() const;
+};
 
 /// Why a request to the Drive service did not give what it should have given.
 class WebserviceError {

@@ -4,7 +4,6 @@
 #include <sstream>
 
 #include "Cirrus/platform/formats/UrlBuilder.h"
-#include "Cirrus/platform/http/TransportError.h"
 #include "Cirrus/webservice/Response.h"
 #include "tests/fuzz/Checks.h"
 
@@ -14,9 +13,7 @@ static HttpOutcome outcomeOf(std::istringstream input) {
     HttpOutcome outcome{{}, HttpResponse(), {}};
     std::string line;
     if (!(input >> line >> outcome.response->statusCode) || line != "HTTP/1.1") {
-        return {{},
-                {},
-                TransportError{.reason = TransportError::Reason::other, .code = 0, .text = line}};
+        return {.error = TransportError{.text = line}};
     }
     std::getline(input, line);
     while (std::getline(input, line) && line != "\r") {

@@ -4,7 +4,6 @@
 
 #include "Cirrus/FileUploader.h"
 #include "Cirrus/platform/errors/ErrorKind.h"
-#include "Cirrus/webservice/ConnectionError.h"
 #include "tests/support/Host.h"
 #include "tests/support/Step.h"
 
@@ -46,20 +45,6 @@ TEST(FailureReason, FollowsFromWhatTheServiceSaid) {
         EXPECT_EQ(error.serviceCode(), code);
         EXPECT_TRUE(controller->failedFiles().empty());
     }
-}
-
-TEST(FailureReason, FollowsFromTheTransport) {
-    using enum TransportError::Reason;
-    const auto reasonOf = [](TransportError::Reason reason) {
-        return ShareController::Error::underlying(
-                   anyError(WebserviceError::underlyingError(
-                       anyError(ConnectionError{{.reason = reason, .code = 0, .text = ""}}))))
-            .reason();
-    };
-    EXPECT_EQ(reasonOf(noConnection), offline);
-    EXPECT_EQ(reasonOf(TransportError::Reason::timedOut), FailureReason::timedOut);
-    EXPECT_EQ(reasonOf(untrustedCertificate), untrustedConnection);
-    EXPECT_EQ(reasonOf(TransportError::Reason::other), FailureReason::other);
 }
 
 TEST(FailedFiles, SayWhichAndWhyInOrder) {

@@ -3,12 +3,11 @@
 #include <gtest/gtest.h>
 
 #include "Cirrus/platform/errors/ErrorKind.h"
-#include "Cirrus/webservice/ConnectionError.h"
 
 namespace cirrus::tests {
 namespace {
 
-using enum TransportError::Reason;
+using enum FailureReason;
 
 struct MuteError {
     [[nodiscard]] std::string diagnosticText() const { return "mute"; }
@@ -65,13 +64,13 @@ TEST(Response, ErrorsHaveWordsForTheUserAndForTheLog) {
         {WebserviceError::decodingError({"", "bad"}), unreadable, "decodingError(bad)"},
         {WebserviceError::missingData(), unreadable, "missingData"},
         {WebserviceError::invalidResponse(), unreadable, "invalidResponse"},
-        {underlying(ConnectionError{{noConnection, 7, "t"}}),
+        {underlying(ConnectionError{{offline, 7, "t"}}),
          "Could not connect to Google. Check your internet connection and try again.",
          "underlyingError(noConnection(7: t))"},
         {underlying(ConnectionError{{timedOut, 28, "t"}}),
          "Google did not answer in time. Check your internet connection and try again.",
          "underlyingError(timedOut(28: t))"},
-        {underlying(ConnectionError{{untrustedCertificate, 60, "t"}}),
+        {underlying(ConnectionError{{untrustedConnection, 60, "t"}}),
          "The connection to Google is not secure: the server's certificate is not trusted. Check "
          "your network and the date of this computer.",
          "underlyingError(untrustedCertificate(60: t))"},

@@ -13,7 +13,6 @@
 
 #include "Cirrus/platform/http/Sockets.h"
 #include "Cirrus/platform/http/TestServer.h"
-#include "Cirrus/platform/http/TransportError.h"
 #include "Cirrus/platform/threads/LibraryThread.h"
 #include "tests/support/Waiting.h"
 #include <Cirrus/emulator/LocalDrive.h>

@@ -1,6 +1,7 @@
 #include <Cirrus/Url.h>
 
 #include <algorithm>
+#include <concepts>
 
 #include "Cirrus/platform/formats/UrlBuilder.h"
 
@@ -14,84 +15,71 @@ constexpr std::string_view hexDigits = "0123456789ABCDEFabcdef";
 constexpr std::string_view unreservedMarks = "-._~";
 constexpr std::string_view subDelimiters = "!$&'()*+,;=";
 
-bool consistsOf(std::string_view text, auto... sets) {
-    return std::ranges::all_of(text, [&](char one) { return (sets.contains(one) || ...); });
+bool consistsOf(std::string_view text, std::convertible_to<std::string_view> auto... sets) {
+    return std::ranges::all_of(
+        text, [&](char one) { return (std::string_view(sets).contains(one) || ...); });
 }
 
 /// Whether a part of a URL holds only characters that may stand there and whole percent escapes.
 bool isEncoded(std::string_view text, std::string_view alsoAllowed) {
-    for (auto percent = text.find('%'); percent != std::string_view::npos;
-         percent = text.find('%')) {
-        const auto escape = text.substr(percent).substr(1, 2);
-        if (escape.size() != 2 || !consistsOf(escape, hexDigits) ||
-            !isEncoded(text.substr(0, percent), alsoAllowed)) {
+    while (!text.empty()) {
+        const bool isEscape = text.front() == '%';
+        const auto one = text.substr(0, isEscape ? 3 : 1);
+        const bool isAllowed = isEscape ? one.size() == 3 && consistsOf(one.substr(1), hexDigits)
+                                        : consistsOf(one, letters, digits, unreservedMarks,
+                                                     subDelimiters, alsoAllowed);
+        if (!isAllowed) {
             return false;
         }
-        text.remove_prefix(percent + 3);
+        text.remove_prefix(one.size());
     }
-    return std::ranges::all_of(text, [alsoAllowed](char one) {
-        const bool isAlphanumeric =
-            (one >= 'a' && one <= 'z') || (one >= 'A' && one <= 'Z') || (one >= '0' && one <= '9');
-        return isAlphanumeric || unreservedMarks.contains(one) || subDelimiters.contains(one) ||
-               alsoAllowed.contains(one);
-    });
+    return true;
 }
 
-/// Cuts off the front of `text` up to `end`, and `end` too; all of it if `end` does not occur.
-std::string_view cutUpTo(std::string_view& text, std::string_view end) {
-    const auto front = text.substr(0, text.find(end));
-    text.remove_prefix(std::min(text.size(), front.size() + end.size()));
-    return front;
+/// Cuts off the end of `text` from the first of these characters on, and returns it without that
+/// character; empty if there is none.
+std::string_view cutFrom(std::string_view& text, std::string_view ends) {
+    const auto front = text.substr(0, text.find_first_of(ends));
+    const auto end = text.substr(front.size());
+    text = front;
+    return end.substr(std::min<std::size_t>(end.size(), 1));
 }
 
 bool isScheme(std::string_view text) {
     return !text.empty() && letters.contains(text.front()) &&
-           consistsOf(text, letters, digits, std::string_view("+-."));
+           consistsOf(text, letters, digits, "+-.");
 }
 
 bool isAuthority(std::string_view text) {
-    const auto at = text.find('@');
-    if (at != std::string_view::npos) {
-        if (!isEncoded(text.substr(0, at), ":")) {
-            return false;
-        }
-        text.remove_prefix(at + 1);
-    }
-    bool hasGoodHost = false;
-    if (text.starts_with('[')) {
-        const bool isClosed = text.contains(']');
-        const auto address = cutUpTo(text, "]").substr(1);
-        hasGoodHost = isClosed && !address.empty() &&
-                      consistsOf(address, hexDigits, std::string_view(":.")) &&
-                      (text.empty() || text.front() == ':');
-    } else {
-        const auto host = text.substr(0, text.find(':'));
-        hasGoodHost = isEncoded(host, "");
-        text.remove_prefix(host.size());
-    }
-    return hasGoodHost && consistsOf(text.substr(text.empty() ? 0 : 1), digits);
+    const auto user = text.substr(0, text.find('@') + 1);
+    text.remove_prefix(user.size());
+    const auto bracket = text.starts_with('[') ? text.find(']') : 0;
+    const auto host = text.substr(0, text.find(':', bracket));
+    const auto port = text.substr(host.size());
+    const bool isAddress = bracket > 1 && bracket == host.size() - 1 &&
+                           consistsOf(host.substr(1, bracket - 1), hexDigits, ":.");
+    return isEncoded(user, ":@") && (isAddress || isEncoded(host, "")) &&
+           consistsOf(port.substr(std::min<std::size_t>(port.size(), 1)), digits);
 }
 
 /// Follows the grammar of RFC 3986.
-bool isReference(std::string_view text) {
-    auto rest = text;
-    auto hierarchy = cutUpTo(rest, "#");
-    const auto fragment = rest;
-    rest = hierarchy;
-    hierarchy = cutUpTo(rest, "?");
-    const auto query = rest;
+bool isReference(std::string_view hierarchy) {
+    const auto fragment = cutFrom(hierarchy, "#");
+    const auto query = cutFrom(hierarchy, "?");
     // A colon before the first slash can only end a scheme.
-    if (hierarchy.substr(0, hierarchy.find('/')).contains(':') &&
-        !isScheme(cutUpTo(hierarchy, ":"))) {
-        return false;
+    const auto colon = hierarchy.find(':');
+    if (colon < hierarchy.find('/')) {
+        if (!isScheme(hierarchy.substr(0, colon))) {
+            return false;
+        }
+        hierarchy.remove_prefix(colon + 1);
     }
     if (hierarchy.starts_with("//")) {
-        hierarchy.remove_prefix(2);
-        const auto authority = hierarchy.substr(0, hierarchy.find('/'));
+        const auto authority = hierarchy.substr(2, hierarchy.find('/', 2) - 2);
         if (!isAuthority(authority)) {
             return false;
         }
-        hierarchy.remove_prefix(authority.size());
+        hierarchy.remove_prefix(2 + authority.size());
     }
     return isEncoded(hierarchy, ":@/") && isEncoded(query, ":@/?") && isEncoded(fragment, ":@/?");
 }
@@ -136,9 +124,8 @@ Url UrlBuilder::replacingQuery(const Url& url, const QueryItems& items) {
 std::string UrlBuilder::requestTarget(const Url& url) {
     const auto text = url.text().substr(0, url.text().find('#'));
     const auto start = text.find_first_of("/?", text.find("://") + std::string_view("://").size());
-    std::string target(start == std::string::npos || text[start] == '?' ? "/" : "");
-    target += text.substr(std::min(start, text.size()));
-    return target;
+    const auto target = text.substr(std::min(start, text.size()));
+    return target.starts_with('/') ? target : std::string("/").append(target);
 }
 
 bool UrlBuilder::isHttps(const Url& url) {

@@ -36,13 +36,12 @@ CurlEngine::~CurlEngine() {
     closeAll();
 }
 
-bool CurlEngine::submit(std::shared_ptr<HttpTransfer> transfer,
-                        std::shared_ptr<const TestServer> server) {
+bool CurlEngine::submit(std::shared_ptr<HttpTransfer> transfer) {
     const std::scoped_lock lock(mutex_);
     if (isStopping_) {
         return true;
     }
-    submitted_.emplace_back(std::move(transfer), std::move(server));
+    submitted_.push_back(std::move(transfer));
     if (curl_multi_wakeup(multi_) == CURLM_OK) {
         return true;
     }
@@ -72,26 +71,23 @@ bool CurlEngine::isStopping() {
 }
 
 void CurlEngine::beginSubmitted() {
-    Submitted submitted;
+    std::vector<std::shared_ptr<HttpTransfer>> submitted;
     {
         const std::scoped_lock lock(mutex_);
         submitted.swap(submitted_);
     }
-    for (auto& [transfer, server] : submitted) {
-        begin(std::move(transfer), std::move(server));
+    for (auto& transfer : submitted) {
+        begin(std::move(transfer));
     }
 }
 
-void CurlEngine::begin(std::shared_ptr<HttpTransfer> transfer,
-                       std::shared_ptr<const TestServer> server) {
+void CurlEngine::begin(std::shared_ptr<HttpTransfer> transfer) {
     if (auto reason = reasonNotToSend(transfer->request)) {
-        transfer->outcome.error = TransportError{
-            .reason = TransportError::Reason::other, .code = 0, .text = *std::move(reason)};
+        transfer->outcome.error = TransportError{.text = *std::move(reason)};
         ended_(std::move(transfer));
         return;
     }
-    auto started =
-        std::make_unique<CurlTransfer>(std::move(transfer), std::move(server), connections_);
+    auto started = std::make_unique<CurlTransfer>(std::move(transfer), connections_);
     CURL* const easy = started->easy();
     transfers_.emplace(easy, std::move(started));
     if (curl_multi_add_handle(multi_, easy) != CURLM_OK) {

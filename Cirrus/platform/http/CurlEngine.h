@@ -26,10 +26,9 @@ public:
     CurlEngine& operator=(const CurlEngine&) = delete;
     ~CurlEngine();
 
-    /// Starts a transfer; a null `server` means the real network. Safe from any thread; dropped
-    /// without a word after `stop`. False, and nothing is started, if `run` cannot be woken up.
-    [[nodiscard]] bool submit(std::shared_ptr<HttpTransfer> transfer,
-                              std::shared_ptr<const TestServer> server);
+    /// Starts a transfer. Safe from any thread; dropped without a word after `stop`. False, and
+    /// nothing is started, if `run` cannot be woken up.
+    [[nodiscard]] bool submit(std::shared_ptr<HttpTransfer> transfer);
 
     /// Drives all transfers on this thread until `stop`. Those still in flight then are dropped.
     void run();
@@ -39,12 +38,10 @@ public:
 
 private:
     using Clock = CurlTransfer::Clock;
-    using Submitted =
-        std::vector<std::pair<std::shared_ptr<HttpTransfer>, std::shared_ptr<const TestServer>>>;
 
     [[nodiscard]] bool isStopping();
     void beginSubmitted();
-    void begin(std::shared_ptr<HttpTransfer> transfer, std::shared_ptr<const TestServer> server);
+    void begin(std::shared_ptr<HttpTransfer> transfer);
     void advance();
     void endOverdue();
     void end(CURL* easy, CURLcode code);
@@ -55,7 +52,7 @@ private:
 
     std::mutex mutex_; ///< guards the three below
     CURLM* multi_;     ///< null once `run` has returned; used without the lock in `run`
-    Submitted submitted_;
+    std::vector<std::shared_ptr<HttpTransfer>> submitted_;
     bool isStopping_ = false;
 
     ConnectionTable connections_;

@@ -29,16 +29,16 @@ constexpr long longestReuse = 15;
 
 } // namespace
 
-CurlTransfer::CurlTransfer(std::shared_ptr<HttpTransfer> transfer,
-                           std::shared_ptr<const TestServer> server, ConnectionTable& connections)
+CurlTransfer::CurlTransfer(std::shared_ptr<HttpTransfer> transfer, ConnectionTable& connections)
     : transfer_(std::move(transfer)),
-      server_(std::move(server)),
       connections_(connections),
       easy_(curl_easy_init()),
       pacer_(transfer_->request.bodyText()) {
     setGeneralOptions();
     setCallbacks();
-    setServer();
+    if (transfer_->request.server) {
+        setServer(*transfer_->request.server);
+    }
     setRequest();
 }
 
@@ -49,11 +49,6 @@ CurlTransfer::~CurlTransfer() {
     curl_slist_free_all(connectTo_);
 }
 
-std::chrono::milliseconds CurlTransfer::idleLimit() const {
-    const auto limit = transfer_->request.idleLimit;
-    return server_ ? server_->idleLimit.value_or(limit) : limit;
-}
-
 bool CurlTransfer::mustEnd(Clock::time_point now) {
     // What was only handed to the kernel does not count as moved, so TCP is asked first.
     const auto traffic = connections_.traffic(*this).value_or(
@@ -61,7 +56,7 @@ bool CurlTransfer::mustEnd(Clock::time_point now) {
                 .received = headSize_ + answer_.size(),
                 .read = 0});
     if (hasBegun_ && traffic.received > trafficBefore_.received + mostReceived) {
-        abortReason_ = "The answer brings more than 16 MiB";
+        abort("The answer brings more than 16 MiB");
         return true;
     }
     const auto count = traffic.acknowledged + traffic.received;
@@ -82,11 +77,10 @@ std::shared_ptr<HttpTransfer> CurlTransfer::finish(CURLcode code) {
         static_cast<void>(mustNotSendAgain());
     }
     if (code == CURLE_OK && !isHeadComplete_) {
-        abortReason_ = "The connection ended within the head of the answer";
-        wasLost_ = true;
+        abort("The connection ended within the head of the answer", FailureReason::connectionLost);
     }
-    if (code != CURLE_OK || !abortReason_.empty()) {
-        outcome.error = errorFor(code);
+    if (code != CURLE_OK || abortReason_) {
+        outcome.error = abortReason_.value_or(curlError(code, errorText_.data(), idleLimit()));
         return std::move(transfer_);
     }
     constexpr int noContent = 204;
@@ -134,15 +128,12 @@ void CurlTransfer::setCallbacks() {
     set(CURLOPT_PREREQDATA, this);
 }
 
-void CurlTransfer::setServer() {
-    if (!server_) {
-        return;
-    }
+void CurlTransfer::setServer(const TestServer& server) {
     connectTo_ =
-        curl_slist_append(nullptr, ("::127.0.0.1:" + std::to_string(server_->port)).c_str());
+        curl_slist_append(nullptr, ("::127.0.0.1:" + std::to_string(server.port)).c_str());
     set(CURLOPT_CONNECT_TO, connectTo_);
     // libcurl copies the text, but its interface has no const.
-    std::string text = server_->certificateAuthority;
+    std::string text = server.certificateAuthority;
     curl_blob authority{.data = text.data(), .len = text.size(), .flags = CURL_BLOB_COPY};
     set(CURLOPT_CAINFO_BLOB, &authority);
     set(CURLOPT_CAPATH, nullptr);
@@ -165,31 +156,27 @@ void CurlTransfer::setRequest() {
         set(CURLOPT_UPLOAD_BUFFERSIZE,
             static_cast<long>(
                 std::clamp(body.size(), UploadPacer::smallestChunk, UploadPacer::largestChunk)));
-    } else {
-        set(CURLOPT_CUSTOMREQUEST, request.method.c_str());
     }
     setHeaders();
 }
 
 void CurlTransfer::setHeaders() {
-    bool hasContentType = false;
-    for (const auto& [name, value] : transfer_->request.headers) {
-        hasContentType = hasContentType || areSameName(name, "Content-Type");
+    // A name with a colon and nothing behind it keeps libcurl from adding that field itself.
+    std::vector<std::string> lines{"Expect:"};
+    const auto& fields = transfer_->request.headers;
+    if (!headerValue(fields, "Content-Type")) {
+        lines.emplace_back("Content-Type:");
+    }
+    for (const auto& [name, value] : fields) {
         // libcurl would believe a length given here; the body's real length frames the message.
-        if (!areSameName(name, "Content-Length")) {
-            addHeader(std::string(name).append(value.empty() ? ";" : ": ").append(value));
+        if (name != "Content-Length") {
+            lines.push_back(std::string(name).append(value.empty() ? ";" : ": ").append(value));
         }
     }
-    addHeader("Expect:");
-    if (!hasContentType) {
-        addHeader("Content-Type:");
+    for (const auto& line : lines) {
+        headerLines_ = curl_slist_append(headerLines_, line.c_str());
     }
     set(CURLOPT_HTTPHEADER, headerLines_);
-}
-
-/// A name with a colon and nothing behind it keeps libcurl from adding that field itself.
-void CurlTransfer::addHeader(const std::string& line) {
-    headerLines_ = curl_slist_append(headerLines_, line.c_str());
 }
 
 /// Those of the final answer, without the ones of interim answers and trailers.
@@ -204,20 +191,15 @@ HeaderFields CurlTransfer::receivedHeaders() const {
     return fields;
 }
 
-TransportError CurlTransfer::errorFor(CURLcode code) const {
-    if (!abortReason_.empty()) {
-        using enum TransportError::Reason;
-        return {.reason = wasLost_ ? connectionLost : other, .code = 0, .text = abortReason_};
-    }
-    return curlError(code, errorText_.data(), idleLimit());
+void CurlTransfer::abort(std::string text, FailureReason reason) {
+    abortReason_ = TransportError{.reason = reason, .code = 0, .text = std::move(text)};
 }
 
 /// libcurl sends a request again if a kept connection turns out to be dead. What the server has
 /// done with the first one is not known then.
 bool CurlTransfer::mustNotSendAgain() {
     if (hasBegun_) {
-        abortReason_ = "The connection was lost before the answer";
-        wasLost_ = true;
+        abort("The connection was lost before the answer", FailureReason::connectionLost);
     }
     return hasBegun_;
 }
@@ -244,13 +226,13 @@ std::size_t CurlTransfer::receiveHeadLine(const char* bytes, std::size_t, std::s
         // Bytes behind the answer before can wait within TLS, where `hasInput` does not see them.
         const auto traffic = transfer.connections_.traffic(transfer);
         if (traffic && traffic->read <= transfer.trafficBefore_.read) {
-            transfer.abortReason_ = "The answer came before its request";
+            transfer.abort("The answer came before its request");
             return CURL_WRITEFUNC_ERROR;
         }
     }
     transfer.headSize_ += count;
     if (transfer.headSize_ > longestHead) {
-        transfer.abortReason_ = "The head of the answer is longer than 300 KiB";
+        transfer.abort("The head of the answer is longer than 300 KiB");
         return CURL_WRITEFUNC_ERROR;
     }
     if (line.starts_with("HTTP/")) {
@@ -265,7 +247,7 @@ std::size_t CurlTransfer::receiveBody(const char* bytes, std::size_t, std::size_
                                       void* self) noexcept {
     auto& transfer = *static_cast<CurlTransfer*>(self);
     if (count > longestAnswer - transfer.answer_.size()) {
-        transfer.abortReason_ = "The answer is longer than 8 MiB";
+        transfer.abort("The answer is longer than 8 MiB");
         return CURL_WRITEFUNC_ERROR;
     }
     transfer.answer_.append(bytes, count);

@@ -6,12 +6,12 @@
 #include <chrono>
 #include <cstdint>
 #include <memory>
+#include <optional>
 #include <string>
 #include <string_view>
 
 #include "Cirrus/platform/http/ConnectionTable.h"
 #include "Cirrus/platform/http/HttpTransfer.h"
-#include "Cirrus/platform/http/TestServer.h"
 #include "Cirrus/platform/http/UploadPacer.h"
 
 namespace cirrus {
@@ -21,16 +21,16 @@ class CurlTransfer {
 public:
     using Clock = std::chrono::steady_clock;
 
-    /// A null `server` means the real network.
-    CurlTransfer(std::shared_ptr<HttpTransfer> transfer, std::shared_ptr<const TestServer> server,
-                 ConnectionTable& connections);
+    CurlTransfer(std::shared_ptr<HttpTransfer> transfer, ConnectionTable& connections);
     CurlTransfer(const CurlTransfer&) = delete;
     CurlTransfer& operator=(const CurlTransfer&) = delete;
     ~CurlTransfer();
 
     [[nodiscard]] CURL* easy() const { return easy_; }
 
-    [[nodiscard]] std::chrono::milliseconds idleLimit() const;
+    [[nodiscard]] std::chrono::milliseconds idleLimit() const {
+        return transfer_->request.idleLimit;
+    }
 
     /// Whether no byte has moved for `idleLimit()`, as seen by the calls so far, or the answer
     /// brings more than any answer of Drive does.
@@ -47,12 +47,11 @@ public:
 private:
     void setGeneralOptions();
     void setCallbacks();
-    void setServer();
+    void setServer(const TestServer& server);
     void setRequest();
     void setHeaders();
-    void addHeader(const std::string& line);
     [[nodiscard]] HeaderFields receivedHeaders() const;
-    [[nodiscard]] TransportError errorFor(CURLcode code) const;
+    void abort(std::string text, FailureReason reason = FailureReason::other);
     [[nodiscard]] bool mustNotSendAgain();
 
     // libcurl's callbacks; `self` is the transfer.
@@ -80,7 +79,6 @@ private:
     }
 
     std::shared_ptr<HttpTransfer> transfer_;
-    std::shared_ptr<const TestServer> server_;
     ConnectionTable& connections_;
     CURL* easy_;
     curl_slist* headerLines_ = nullptr;
@@ -90,9 +88,7 @@ private:
     std::string answer_;
     std::size_t headSize_ = 0; ///< with interim answers and trailers
     bool isHeadComplete_ = false;
-    /// Why a callback stopped the transfer; takes the place of libcurl's text.
-    std::string abortReason_;
-    bool wasLost_ = false;  ///< that is, the connection; if aborted
+    std::optional<TransportError> abortReason_; ///< takes the place of libcurl's error
     bool hasBegun_ = false; ///< the request may have reached the server
     bool isConnectionStale_ = false;
     Traffic trafficBefore_; ///< on the connection, before the request

@@ -8,7 +8,7 @@
 #include <Cirrus/MainQueue.h>
 
 #include "Cirrus/platform/http/CurlEngine.h"
-#include "Cirrus/platform/threads/ProcessExit.h"
+#include "Cirrus/platform/threads/Process.h"
 
 namespace cirrus {
 
@@ -24,8 +24,7 @@ HttpSession& HttpSession::shared() {
 void HttpSession::start(HttpTransfer transfer) {
     auto shared = std::make_shared<HttpTransfer>(std::move(transfer));
     const auto fail = [&shared](std::string text) {
-        shared->outcome.error = TransportError{
-            .reason = TransportError::Reason::other, .code = 0, .text = std::move(text)};
+        shared->outcome.error = TransportError{.text = std::move(text)};
         MainQueue::post([shared] { shared->completion(std::move(shared->outcome)); });
     };
     std::unique_lock lock(mutex_);
@@ -36,8 +35,12 @@ void HttpSession::start(HttpTransfer transfer) {
         fail("The system has no thread or descriptor: " + error.code().message());
         return;
     }
+    shared->request.server = server_;
+    if (server_ && server_->idleLimit) {
+        shared->request.idleLimit = *server_->idleLimit;
+    }
     ++unfinished_;
-    if (!engine_->submit(shared, server_)) {
+    if (!engine_->submit(shared)) {
         --unfinished_;
         unfinished_.notify_all();
         lock.unlock();

@@ -7,7 +7,6 @@
 #include <optional>
 
 #include "Cirrus/platform/http/HttpTransfer.h"
-#include "Cirrus/platform/http/TestServer.h"
 #include "Cirrus/platform/threads/LibraryThread.h"
 #include "Cirrus/platform/threads/TaskQueue.h"
 

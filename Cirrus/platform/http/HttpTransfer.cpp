@@ -1,7 +1,8 @@
 #include "Cirrus/platform/http/HttpTransfer.h"
 
+#include <curl/curl.h>
+
 #include <algorithm>
-#include <string_view>
 
 #include "Cirrus/platform/formats/UrlBuilder.h"
 
@@ -17,6 +18,16 @@ bool hasControlCharacter(std::string_view text) {
 
 } // namespace
 
+std::optional<std::string> headerValue(const HeaderFields& fields, const std::string& name) {
+    std::optional<std::string> joined;
+    for (const auto& [other, value] : fields) {
+        if (curl_strequal(other.c_str(), name.c_str()) != 0) {
+            joined = joined ? *joined + ", " + value : value;
+        }
+    }
+    return joined;
+}
+
 std::optional<std::string> reasonNotToSend(const HttpRequest& request) {
     if (!UrlBuilder::isHttps(request.url)) {
         return "The URL is not an absolute HTTPS URL";
@@ -28,6 +39,20 @@ std::optional<std::string> reasonNotToSend(const HttpRequest& request) {
         return "A header field holds a control character";
     }
     return std::nullopt;
+}
+
+std::string TransportError::diagnosticText() const {
+    const std::string details = "(" + std::to_string(code) + ": " + text + ")";
+    switch (reason) {
+    case FailureReason::offline:
+        return "noConnection" + details;
+    case FailureReason::timedOut:
+        return "timedOut" + details;
+    case FailureReason::untrustedConnection:
+        return "untrustedCertificate" + details;
+    default:
+        return "transportError" + details;
+    }
 }
 
 } // namespace cirrus

@@ -4,7 +4,7 @@
 #include <mutex>
 #include <utility>
 
-#include "Cirrus/platform/threads/ProcessExit.h"
+#include "Cirrus/platform/threads/Process.h"
 #include "Cirrus/platform/threads/TaskQueue.h"
 
 namespace cirrus {

@@ -1,5 +1,3 @@
-#include "Cirrus/platform/threads/ProcessExit.h"
-
 #include <atomic>
 #include <cstdlib>
 
