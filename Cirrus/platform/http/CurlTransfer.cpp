@@ -169,7 +169,7 @@ void CurlTransfer::setHeaders() {
     }
     for (const auto& [name, value] : fields) {
         // libcurl would believe a length given here; the body's real length frames the message.
-        if (name != "Content-Length") {
+        if (curl_strequal(name.c_str(), "Content-Length") == 0) {
             lines.push_back(std::string(name).append(value.empty() ? ";" : ": ").append(value));
         }
     }
