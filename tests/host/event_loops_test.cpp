@@ -1,7 +1,6 @@
 // The main queue as the event loop of real toolkits: callbacks come on its thread while it runs.
 
 #include <gtest/gtest.h>
-#include <poll.h>
 
 #include <array>
 #include <memory>
@@ -48,19 +47,10 @@ private:
                                                                             g_main_context_unref};
 };
 
-class PollLoop final : public EventLoop {
-public:
-    void turn() override {
-        pollfd waited{.fd = MainQueue::descriptor(), .events = POLLIN, .revents = 0};
-        ::poll(&waited, 1, -1);
-        MainQueue::drain();
-    }
-};
-
 template <class Loop>
 class EventLoopTest : public ::testing::Test {};
 
-using Loops = ::testing::Types<QtLoop, GLibLoop, PollLoop>;
+using Loops = ::testing::Types<QtLoop, GLibLoop>;
 TYPED_TEST_SUITE(EventLoopTest, Loops);
 
 } // namespace
@@ -89,7 +79,7 @@ TYPED_TEST(EventLoopTest, CallsBackOnItsThreadWhileItRuns) {
     const auto unheard = Host::upload(*late);
     Host::passCallbackThread();
     HttpSession::shared().waitUntilIdle();
-    MainQueue::setDispatcher({});
+    MainQueue::setWakeUp({});
     EXPECT_TRUE(unheard->results.empty());
 }
 
@@ -111,7 +101,7 @@ TYPED_TEST(EventLoopTest, DestroysTasksOnItsThread) {
     }
     EXPECT_EQ(threads, std::set{std::this_thread::get_id()});
     loop.reset();
-    MainQueue::setDispatcher({});
+    MainQueue::setWakeUp({});
 }
 
 } // namespace cirrus::tests

@@ -20,7 +20,7 @@ static ShareController* volatile other = nullptr; // keeps it reachable
 static std::atomic<bool> exitsFromLog = false;
 static std::atomic<bool> isOver = false;
 static Clock::time_point leftAt;
-static std::binary_semaphore isReached(0);
+static std::counting_semaphore isReached(0);
 static std::binary_semaphore mayGoOn(0);
 
 static void require(bool holds) {
@@ -78,8 +78,8 @@ static void reachState(const Files& files) {
         MainQueue::stop();
     });
     if (state == "queued") {
-        pollfd outcome{.fd = MainQueue::descriptor(), .events = POLLIN, .revents = 0};
-        ::poll(&outcome, 1, -1);
+        MainQueue::setWakeUp([] { isReached.release(); });
+        isReached.acquire();
     } else if (state == "done" || state == "reset") {
         MainQueue::run();
     } else if (state == "world") {

@@ -24,7 +24,6 @@ protected:
 [[noreturn]] void shareWhile(void (*refuse)(), void (*permit)()) {
     Host host;
     const auto file = host.folder().write("file", "bytes");
-    static_cast<void>(MainQueue::descriptor()); // the host's own, open before
     refuse();
     const auto first = Host::uploadAndWait(*host.makeController({file}));
     permit();
@@ -85,7 +84,7 @@ TEST_F(ProcessTest, CallsNobodyOnceItExits) {
         }));
         Configuration::setLog(makeLogSink(
             [](LogLevel level, const LogPlace& place, const auto&) { holdUp(level, place); }));
-        MainQueue::setDispatcher([](const auto&) { std::_Exit(2); });
+        MainQueue::setWakeUp([] { std::_Exit(2); });
         Host::upload(controller);
         isStuck.wait();
         std::exit(kept);

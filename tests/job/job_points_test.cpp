@@ -3,7 +3,6 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
-#include <deque>
 
 #include <Cirrus/MainQueue.h>
 
@@ -21,7 +20,7 @@ class SteppedJob {
 public:
     /// The request of this kind fails, if any.
     explicit SteppedJob(std::optional<Step> failing) : failing_(failing) {
-        MainQueue::setDispatcher([this](auto task) { tasks_.push_back(std::move(task)); });
+        MainQueue::setWakeUp([this] { ++queuedTasks; });
         const auto file = folder_.write("file", "12");
         job_ =
             std::make_shared<ShareJob>(ShareJob::Context({file, file}, "Root", "Job"),
@@ -38,7 +37,7 @@ public:
     SteppedJob(const SteppedJob&) = delete;
     SteppedJob& operator=(const SteppedJob&) = delete;
 
-    ~SteppedJob() { MainQueue::setDispatcher({}); }
+    ~SteppedJob() { MainQueue::setWakeUp({}); }
 
     void cancel() { job_->cancel(); }
 
@@ -46,11 +45,11 @@ public:
 
     /// False if nothing was left to do.
     bool advance() {
-        if (!tasks_.empty()) {
-            const auto task = std::move(tasks_.front());
-            tasks_.pop_front();
-            task();
-        } else if (!requests_.empty()) {
+        if (MainQueue::drain(1) == 1) {
+            --queuedTasks;
+            return true;
+        }
+        if (!requests_.empty()) {
             answerNewest();
         } else {
             return false;
@@ -63,8 +62,7 @@ public:
         }
     }
 
-    [[nodiscard]] int queuedTasks() const { return static_cast<int>(tasks_.size()); }
-
+    int queuedTasks = 0;
     int requestCount = 0;
     int callbackCount = 0;
     std::weak_ptr<int> captured; ///< what both callbacks hold
@@ -86,7 +84,6 @@ private:
     TemporaryFolder folder_;
     std::shared_ptr<ShareJob> job_;
     std::vector<ScriptedRequest> requests_;
-    std::deque<MainQueue::Task> tasks_;
 };
 
 /// Calls `check` with a job at each point of its way, for a job that succeeds and for jobs that
@@ -132,7 +129,7 @@ TEST(JobPoints, CancelAndReleaseSendNoFurtherRequest) {
 TEST(JobPoints, ReleaseStillMakesTheCallsThatAreQueuedAndNoOthers) {
     atEveryPoint([](SteppedJob& job) {
         const int before = job.callbackCount;
-        const int queued = job.queuedTasks();
+        const int queued = job.queuedTasks;
         job.release();
         job.finish();
         EXPECT_EQ(job.callbackCount, before + queued);

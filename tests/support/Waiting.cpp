@@ -1,18 +1,17 @@
 #include "tests/support/Waiting.h"
 
-#include <poll.h>
+#include <semaphore>
 
 #include <Cirrus/MainQueue.h>
 
 namespace cirrus::tests {
 
 bool pumpUntil(const std::function<bool()>& isDone) {
+    static std::counting_semaphore posted(0);
+    MainQueue::setWakeUp([] { posted.release(); });
     const auto deadline = std::chrono::steady_clock::now() + patience;
     while (!isDone()) {
-        const auto left = std::chrono::ceil<std::chrono::milliseconds>(
-            deadline - std::chrono::steady_clock::now());
-        pollfd awaited{.fd = MainQueue::descriptor(), .events = POLLIN, .revents = 0};
-        if (left.count() <= 0 || ::poll(&awaited, 1, static_cast<int>(left.count())) <= 0) {
+        if (!posted.try_acquire_until(deadline)) {
             return false;
         }
         MainQueue::drain();

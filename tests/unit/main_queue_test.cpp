@@ -48,18 +48,22 @@ TEST(MainQueue, RunsUntilItIsStopped) {
     MainQueue::stop();
 }
 
-TEST(MainQueue, HandsTasksToAnInstalledDispatcher) {
-    MainQueue::Task taken;
+TEST(MainQueue, WakesItsHostForEachTask) {
+    int wakeUps = 0;
     std::string order;
-    MainQueue::post([&] { order += "b"; });
+    MainQueue::post([&] { order += "a"; });
     // Called and destroyed outside any lock, so each may use the queue.
     std::shared_ptr<void> held(nullptr, [&](auto) { MainQueue::post([&] { order += "c"; }); });
-    MainQueue::setDispatcher([&, held = std::move(held)](MainQueue::Task task) {
-        taken = std::move(task);
-        MainQueue::setDispatcher({});
+    MainQueue::setWakeUp([&wakeUps, held = std::move(held)] {
+        if (++wakeUps == 2) {
+            MainQueue::setWakeUp({});
+        }
     });
-    MainQueue::post([&] { order += "a"; });
-    taken();
+    EXPECT_EQ(wakeUps, 1);
+    MainQueue::post([&] { order += "b"; });
+    EXPECT_EQ(wakeUps, 2);
+    EXPECT_EQ(MainQueue::drain(1), 1U);
+    EXPECT_EQ(order, "a");
     EXPECT_EQ(MainQueue::drain(), 2U);
     EXPECT_EQ(order, "abc");
 }

@@ -1,5 +1,4 @@
 #include <gtest/gtest.h>
-#include <poll.h>
 #include <stdlib.h>
 #include <sys/stat.h>
 #include <unistd.h>
@@ -11,7 +10,6 @@
 #include "Cirrus/platform/files/SystemFile.h"
 #include "Cirrus/platform/formats/LocalTime.h"
 #include "tests/support/TemporaryFolder.h"
-#include <Cirrus/MainQueue.h>
 
 namespace cirrus::tests {
 namespace {
@@ -79,19 +77,6 @@ TEST(FileContents, FailWhenTheyDoNotFitIntoMemory) {
     const auto contents = FileReader().read(path);
     ASSERT_FALSE(contents);
     EXPECT_EQ(contents.error().code, ENOMEM);
-}
-
-TEST(MainQueue, IsReadableWhileTasksWait) {
-    const auto isReadable = [] {
-        pollfd queue{.fd = MainQueue::descriptor(), .events = POLLIN, .revents = 0};
-        return ::poll(&queue, 1, 0) == 1;
-    };
-    MainQueue::post([] { MainQueue::post([] {}); });
-    EXPECT_TRUE(isReadable());
-    MainQueue::drain();
-    EXPECT_TRUE(isReadable());
-    MainQueue::drain();
-    EXPECT_FALSE(isReadable());
 }
 
 } // namespace

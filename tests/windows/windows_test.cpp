@@ -131,7 +131,7 @@ TEST(MessageLoop, RunsEveryTaskInOrderOnItsThread) {
         turn();
     }
     EXPECT_GT(nested, 0);
-    MainQueue::setDispatcher({});
+    MainQueue::setWakeUp({});
 }
 
 } // namespace

@@ -1,5 +1,6 @@
 #include <Cirrus/MainQueue.h>
 
+#include <algorithm>
 #include <memory>
 #include <mutex>
 #include <utility>
@@ -12,9 +13,9 @@ namespace cirrus {
 namespace {
 
 struct Shared {
-    TaskQueue builtIn;
+    TaskQueue tasks;
     std::mutex mutex;
-    std::shared_ptr<const MainQueue::Dispatcher> dispatcher;
+    std::shared_ptr<const MainQueue::WakeUp> wakeUp;
 };
 
 /// Never destroyed: a library thread may post while the process exits.
@@ -23,56 +24,55 @@ Shared& shared() {
     return *instance;
 }
 
-std::shared_ptr<const MainQueue::Dispatcher> currentDispatcher() {
-    const std::scoped_lock lock(shared().mutex);
-    return shared().dispatcher;
+void wakeHost() {
+    std::shared_ptr<const MainQueue::WakeUp> wakeUp;
+    if (mayCallHost()) {
+        const std::scoped_lock lock(shared().mutex);
+        wakeUp = shared().wakeUp;
+    }
+    if (wakeUp && *wakeUp) {
+        (*wakeUp)();
+    }
 }
 
 } // namespace
 
-void MainQueue::setDispatcher(Dispatcher dispatcher) noexcept {
-    std::shared_ptr<const Dispatcher> replaced;
-    if (dispatcher) {
-        replaced = std::make_shared<const Dispatcher>(std::move(dispatcher));
+void MainQueue::setWakeUp(WakeUp wakeUp) noexcept {
+    auto replaced = std::make_shared<const WakeUp>(std::move(wakeUp));
+    {
+        const std::scoped_lock lock(shared().mutex);
+        shared().wakeUp.swap(replaced);
     }
-    const std::scoped_lock lock(shared().mutex);
-    shared().dispatcher.swap(replaced);
+    if (shared().tasks.size() > 0) {
+        wakeHost();
+    }
 }
 
 void MainQueue::post(Task task) noexcept {
-    const auto dispatcher = mayCallHost() ? currentDispatcher() : nullptr;
-    if (dispatcher) {
-        (*dispatcher)(std::move(task));
-    } else {
-        shared().builtIn.post(std::move(task));
-    }
+    shared().tasks.post(std::move(task));
+    wakeHost();
 }
 
 void MainQueue::run() noexcept {
-    while (const auto task = shared().builtIn.wait()) {
+    while (const auto task = shared().tasks.wait()) {
         task();
     }
 }
 
-std::size_t MainQueue::drain() noexcept {
-    const auto most = shared().builtIn.size();
+std::size_t MainQueue::drain(std::size_t most) noexcept {
+    most = std::min(most, shared().tasks.size());
     for (std::size_t count = 0; count < most; ++count) {
-        // A task may have run a nested event loop, which took some.
-        if (const auto task = shared().builtIn.take()) {
-            task();
-        } else {
-            return count;
+        const auto task = shared().tasks.take();
+        if (!task) {
+            return count; // a task ran a nested event loop, which took the rest
         }
+        task();
     }
     return most;
 }
 
-int MainQueue::descriptor() noexcept {
-    return shared().builtIn.descriptor();
-}
-
 void MainQueue::stop() noexcept {
-    shared().builtIn.stop();
+    shared().tasks.stop();
 }
 
 } // namespace cirrus

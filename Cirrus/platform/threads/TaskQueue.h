@@ -5,8 +5,7 @@
 #include <deque>
 #include <functional>
 #include <mutex>
-
-#include "Cirrus/platform/threads/QueueDescriptor.h"
+#include <utility>
 
 namespace cirrus {
 
@@ -15,31 +14,52 @@ class TaskQueue {
 public:
     using Task = std::function<void()>;
 
-    void post(Task task);
+    void post(Task task) {
+        const std::scoped_lock lock(mutex_);
+        tasks_.push_back(std::move(task));
+        changed_.notify_one();
+    }
 
     /// How many tasks wait.
-    [[nodiscard]] std::size_t size() const;
+    [[nodiscard]] std::size_t size() const {
+        const std::scoped_lock lock(mutex_);
+        return tasks_.size();
+    }
 
     /// The first task; empty if there is none.
-    [[nodiscard]] Task take();
+    [[nodiscard]] Task take() {
+        const std::scoped_lock lock(mutex_);
+        return takeFirst();
+    }
 
     /// The first task, waiting for it; empty after `stop`.
-    [[nodiscard]] Task wait();
+    [[nodiscard]] Task wait() {
+        std::unique_lock lock(mutex_);
+        changed_.wait(lock, [this] { return isStopping_ || !tasks_.empty(); });
+        return std::exchange(isStopping_, false) ? Task() : takeFirst();
+    }
 
     /// Makes one `wait`, the current or the next, return without a task.
-    void stop();
-
-    /// Readable while tasks wait; see `MainQueue::descriptor`.
-    [[nodiscard]] int descriptor();
+    void stop() {
+        const std::scoped_lock lock(mutex_);
+        isStopping_ = true;
+        changed_.notify_all();
+    }
 
 private:
-    [[nodiscard]] Task takeFirst();
+    [[nodiscard]] Task takeFirst() {
+        if (tasks_.empty()) {
+            return {};
+        }
+        auto task = std::move(tasks_.front());
+        tasks_.pop_front();
+        return task;
+    }
 
     mutable std::mutex mutex_;
     std::condition_variable changed_;
     std::deque<Task> tasks_;
     bool isStopping_ = false;
-    QueueDescriptor descriptor_;
 };
 
 } // namespace cirrus

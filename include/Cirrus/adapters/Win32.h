@@ -4,10 +4,7 @@
 
 #include <windows.h>
 
-#include <deque>
 #include <memory>
-#include <mutex>
-#include <utility>
 
 #include <Cirrus/MainQueue.h>
 
@@ -15,54 +12,13 @@ namespace cirrus {
 
 namespace detail {
 
-/// Tasks that wait for the message loop. At most one message tells of them, however many there are,
-/// since a thread's message queue is bounded.
-class Win32Tasks {
-public:
-    void post(MainQueue::Task task, HWND window) {
-        const std::scoped_lock lock(mutex_);
-        tasks_.push_back(std::move(task));
-        announce(window);
+inline LRESULT CALLBACK win32QueueProcedure(HWND window, UINT message, WPARAM first,
+                                            LPARAM second) {
+    if (message != WM_APP) {
+        return ::DefWindowProcW(window, message, first, second);
     }
-
-    void runFirst(HWND window) {
-        MainQueue::Task task;
-        {
-            const std::scoped_lock lock(mutex_);
-            if (tasks_.empty()) {
-                return;
-            }
-            task = std::move(tasks_.front());
-            tasks_.pop_front();
-            isAnnounced_ = false;
-            announce(window); // before the task, which may run a loop of its own
-        }
-        task();
-    }
-
-private:
-    /// With the lock held. If the message queue is full, the next task tries again.
-    void announce(HWND window) {
-        if (!isAnnounced_ && !tasks_.empty()) {
-            isAnnounced_ = ::PostMessageW(window, WM_APP, 0, 0) != 0;
-        }
-    }
-
-    std::mutex mutex_;
-    std::deque<MainQueue::Task> tasks_;
-    bool isAnnounced_ = false;
-};
-
-inline LRESULT CALLBACK win32TaskProcedure(HWND window, UINT message, WPARAM first, LPARAM second) {
-    auto* const tasks = reinterpret_cast<Win32Tasks*>(::GetWindowLongPtrW(window, GWLP_USERDATA));
-    if (message == WM_APP) {
-        tasks->runFirst(window);
-        return 0;
-    }
-    if (message == WM_NCDESTROY) {
-        delete tasks;
-    }
-    return ::DefWindowProcW(window, message, first, second);
+    MainQueue::drain();
+    return 0;
 }
 
 } // namespace detail
@@ -74,7 +30,7 @@ inline LRESULT CALLBACK win32TaskProcedure(HWND window, UINT message, WPARAM fir
 inline bool useWin32MessageLoop() {
     const HINSTANCE program = ::GetModuleHandleW(nullptr);
     WNDCLASSW kind{};
-    kind.lpfnWndProc = detail::win32TaskProcedure;
+    kind.lpfnWndProc = detail::win32QueueProcedure;
     kind.hInstance = program;
     kind.lpszClassName = L"CirrusMainQueue";
     ::RegisterClassW(&kind); // fails if it is there already
@@ -83,13 +39,11 @@ inline bool useWin32MessageLoop() {
     if (created == nullptr) {
         return false;
     }
-    auto* const tasks = new detail::Win32Tasks;
-    ::SetWindowLongPtrW(created, GWLP_USERDATA, reinterpret_cast<LONG_PTR>(tasks));
     // Only its own thread may destroy a window.
     const std::shared_ptr<HWND__> window(created,
                                          [](HWND held) { ::PostMessageW(held, WM_CLOSE, 0, 0); });
-    MainQueue::setDispatcher(
-        [window, tasks](MainQueue::Task task) { tasks->post(std::move(task), window.get()); });
+    // Fails if the thread's queue is full of messages, one of which will drain the tasks.
+    MainQueue::setWakeUp([window] { ::PostMessageW(window.get(), WM_APP, 0, 0); });
     return true;
 }
 
