@@ -25,15 +25,15 @@ std::string nameOf(FileUploader::Error::Case kind) {
 } // namespace
 
 std::string FileUploader::Error::diagnosticText() const {
-    return caseText(nameOf(kind_), kind_ == Case::underlying ? cause_ : std::nullopt);
+    return caseText(nameOf(kind), kind == Case::underlying ? cause : std::nullopt);
 }
 
 FailedFile FileUploader::Error::failedFile(std::filesystem::path path) const {
-    const bool isUnreadable = kind_ != Case::underlying;
+    const bool isUnreadable = kind != Case::underlying;
     return {.path = std::move(path),
-            .reason = isUnreadable ? FailureReason::unreadableFile : reasonOf(*cause_),
-            .serviceCode = isUnreadable ? std::nullopt : serviceCodeOf(*cause_),
-            .diagnosticText = caseText(nameOf(kind_), cause_)};
+            .reason = isUnreadable ? FailureReason::unreadableFile : reasonOf(*cause),
+            .serviceCode = isUnreadable ? std::nullopt : serviceCodeOf(*cause),
+            .diagnosticText = caseText(nameOf(kind), cause)};
 }
 
 FileUploader::FileUploader(const std::vector<std::filesystem::path>& files,
@@ -86,7 +86,8 @@ void FileUploader::upload(const Item& item, ItemCompletion completion) {
          completion = std::move(completion)](const Result<Url, WebserviceError>& result) {
             if (!result) {
                 logFailure(name, "Failed to create upload URL, error: ", result.error());
-                completion(std::unexpected(Error::underlying(anyError(result.error()))));
+                completion(
+                    std::unexpected(Error{Error::Case::underlying, anyError(result.error())}));
                 return;
             }
             logDetail(name, "Finished creating upload URL, proceeding to upload content...");
@@ -110,7 +111,7 @@ void FileUploader::uploadContent(const std::weak_ptr<FileUploader>& uploader, co
     if (!data) {
         logFailure(name, "Could not read contents of file ", item.path, ", error: ", data.error());
         MainQueue::post([completion = std::move(completion), cause = anyError(data.error())] {
-            completion(std::unexpected(Error::missingFile(cause)));
+            completion(std::unexpected(Error{Error::Case::missingFile, cause}));
         });
         return;
     }
@@ -128,7 +129,8 @@ void FileUploader::uploadContent(const std::weak_ptr<FileUploader>& uploader, co
         [completion = std::move(completion)](const Result<File, WebserviceError>& result) {
             if (!result) {
                 logFailure(name, "Failed to upload file with error: ", result.error());
-                completion(std::unexpected(Error::underlying(anyError(result.error()))));
+                completion(
+                    std::unexpected(Error{Error::Case::underlying, anyError(result.error())}));
                 return;
             }
             logDetail(name, "Finished uploading file");
@@ -172,7 +174,7 @@ void FileUploader::finish() {
     }
     if (const auto handler = std::exchange(completionHandler_, nullptr)) {
         handler(failedItems_.empty() ? Result<void, Error>()
-                                     : std::unexpected(Error::missingFile()));
+                                     : std::unexpected(Error{Error::Case::missingFile}));
     }
 }
 

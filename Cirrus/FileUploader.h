@@ -30,8 +30,7 @@ namespace cirrus {
 /// session's callback thread or, after a file that cannot be read, the main queue.
 class FileUploader : public std::enable_shared_from_this<FileUploader> {
 public:
-    class Error {
-    public:
+    struct Error {
         enum class Case {
             /// A web service operation failed; only ever the outcome of one file.
             underlying,
@@ -41,32 +40,15 @@ public:
             missingFilesize
         };
 
-        [[nodiscard]] static Error underlying(AnyError error) {
-            return {Case::underlying, std::move(error)};
-        }
-
-        /// `cause` is what reading the file gave; the case carries it only for `failedFile`.
-        [[nodiscard]] static Error missingFile(std::optional<AnyError> cause = std::nullopt) {
-            return {Case::missingFile, std::move(cause)};
-        }
-
-        [[nodiscard]] static Error missingFilesize() {
-            return {Case::missingFilesize, std::nullopt};
-        }
-
-        [[nodiscard]] Case kind() const { return kind_; }
+        Case kind;
+        /// What failed. `missingFile` keeps the reason for `failedFile` alone.
+        std::optional<AnyError> cause = std::nullopt;
 
         /// The case's name and, in parentheses, the diagnostic text of what it carries.
         [[nodiscard]] std::string diagnosticText() const;
 
         /// What there is to say about a file with this outcome.
         [[nodiscard]] FailedFile failedFile(std::filesystem::path path) const;
-
-    private:
-        Error(Case kind, std::optional<AnyError> cause) : kind_(kind), cause_(std::move(cause)) {}
-
-        Case kind_;
-        std::optional<AnyError> cause_;
     };
 
     using Completion = std::function<void(Result<void, Error>)>;

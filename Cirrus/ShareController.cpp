@@ -44,10 +44,6 @@ ShareController::ShareController(Context context, std::string accessToken)
                                       std::make_shared<GoogleWebservice>(std::move(accessToken)))) {
 }
 
-ShareController::ShareController(ShareController&& other) noexcept = default;
-ShareController& ShareController::operator=(ShareController&& other) noexcept = default;
-ShareController::~ShareController() = default;
-
 void ShareController::upload(ProgressCallback progress, Completion completion) & noexcept {
     if (job_) {
         job_->upload(std::move(progress), std::move(completion));

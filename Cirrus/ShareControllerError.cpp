@@ -1,36 +1,12 @@
 #include <Cirrus/ShareController.h>
 
 #include <array>
-#include <utility>
 
 #include "Cirrus/FileUploader.h"
 #include "Cirrus/platform/errors/ErrorKind.h"
 #include "Cirrus/webservice/WebserviceError.h"
 
 namespace cirrus {
-
-ShareController::Error::Error(Case kind, std::optional<AnyError> underlying)
-    : kind_(kind), underlying_(std::move(underlying)) {}
-
-ShareController::Error ShareController::Error::underlying(AnyError error) {
-    return Error(Case::underlying, std::move(error));
-}
-
-ShareController::Error ShareController::Error::missingFile() {
-    return Error(Case::missingFile);
-}
-
-ShareController::Error ShareController::Error::missingWebContentLink() {
-    return Error(Case::missingWebContentLink);
-}
-
-ShareController::Error::Case ShareController::Error::kind() const {
-    return kind_;
-}
-
-const AnyError* ShareController::Error::underlyingError() const {
-    return underlying_ ? &*underlying_ : nullptr;
-}
 
 FailureReason ShareController::Error::reason() const {
     if (kind_ == Case::missingWebContentLink) {

@@ -1,29 +1,24 @@
 #pragma once
 
 #include <algorithm>
-#include <concepts>
 #include <cstddef>
 #include <cstdint>
 #include <optional>
 #include <string>
 #include <string_view>
-#include <type_traits>
 
 namespace cirrus {
 
-/// The members of a record as its JSON object spells them: an enumeration with a function
-/// `keyTexts` beside it that gives the texts in the order of the cases.
-template <class Key>
-concept CodingKey = std::is_enum_v<Key> && requires(Key key) {
-    { keyTexts(key)[0] } -> std::convertible_to<std::string_view>;
-};
+// The members of a record as its JSON object spells them are an enumeration, with a function
+// `keyTexts` beside it that gives the texts in the order of the cases.
 
-[[nodiscard]] std::string keyText(CodingKey auto key) {
+template <class Key>
+[[nodiscard]] std::string keyText(Key key) {
     return std::string(keyTexts(key)[static_cast<std::size_t>(key)]);
 }
 
 /// The case of a key text; none unless it is spelled exactly so.
-template <CodingKey Key>
+template <class Key>
 [[nodiscard]] constexpr std::optional<Key> keyFromText(std::string_view text) {
     constexpr auto texts = keyTexts(Key{});
     const auto* found = std::ranges::find(texts, text);
@@ -32,7 +27,7 @@ template <CodingKey Key>
 }
 
 /// Keys are texts: no integer stands for one.
-template <CodingKey Key>
+template <class Key>
 [[nodiscard]] constexpr std::optional<Key> keyFromInteger(std::int64_t) {
     return std::nullopt;
 }

@@ -22,8 +22,7 @@ Result<Record, WebserviceError> decoded(const Result<Response, WebserviceError>&
     }
     const auto json = parseJson(result->data);
     if (!json) {
-        return std::unexpected(
-            WebserviceError::decodingError({.key = {}, .reason = json.error().reason}));
+        return std::unexpected(WebserviceError::decodingError({.key = {}, .reason = json.error()}));
     }
     auto record = decodeRecord<Record>(*json);
     if (!record) {
@@ -139,14 +138,13 @@ HttpRequest GoogleWebservice::makeRequest(const RequestUrlType& urlType, std::st
 /// The completion gets the classified outcome, unless this object is gone by then.
 void GoogleWebservice::perform(HttpRequest request, const ProgressReceiver& progress,
                                Completion<Response> completion) {
-    HttpTransfer transfer{
-        .request = std::move(request),
-        .completion =
-            [self = weak_from_this(), completion = std::move(completion)](HttpOutcome outcome) {
-                if (!self.expired()) {
-                    completion(classify(std::move(outcome)));
-                }
-            }};
+    HttpTransfer transfer{.request = std::move(request),
+                          .completion = [self = weak_from_this(),
+                                         completion = std::move(completion)](HttpOutcome outcome) {
+                              if (!self.expired()) {
+                                  completion(classify(std::move(outcome)));
+                              }
+                          }};
     if (progress) {
         transfer.progress = Progress::create(transfer.request.bodyText().size());
         progress(transfer.progress);

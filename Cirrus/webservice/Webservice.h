@@ -31,9 +31,6 @@ public:
     /// caller's thread.
     using ProgressReceiver = std::function<void(const std::shared_ptr<Progress>&)>;
 
-    Webservice() = default;
-    Webservice(const Webservice&) = delete;
-    Webservice& operator=(const Webservice&) = delete;
     virtual ~Webservice() = default;
 
     /// Searches for folders of exactly this name, anywhere. The name goes into the search

@@ -1,9 +1,6 @@
 #include "Cirrus/webservice/WebserviceError.h"
 
 #include <array>
-#include <utility>
-
-#include "Cirrus/platform/errors/ErrorKind.h"
 
 namespace cirrus {
 
@@ -51,29 +48,6 @@ std::optional<std::string> ConnectionError::errorDescription() const {
     default:
         return std::nullopt;
     }
-}
-
-WebserviceError::WebserviceError(Case kind, std::optional<AnyError> carried)
-    : kind_(kind), carried_(std::move(carried)) {}
-
-WebserviceError WebserviceError::serviceError(ServiceError error) {
-    return WebserviceError(Case::serviceError, anyError(std::move(error)));
-}
-
-WebserviceError WebserviceError::decodingError(DecodingError error) {
-    return WebserviceError(Case::decodingError, anyError(std::move(error)));
-}
-
-WebserviceError WebserviceError::underlyingError(AnyError error) {
-    return WebserviceError(Case::underlyingError, std::move(error));
-}
-
-WebserviceError WebserviceError::missingData() {
-    return WebserviceError(Case::missingData);
-}
-
-WebserviceError WebserviceError::invalidResponse() {
-    return WebserviceError(Case::invalidResponse);
 }
 
 std::string WebserviceError::diagnosticText() const {

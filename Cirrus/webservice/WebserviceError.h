@@ -3,10 +3,12 @@
 #include <cstdint>
 #include <optional>
 #include <string>
+#include <utility>
 
 #include <Cirrus/Error.h>
 #include <Cirrus/Failure.h>
 
+#include "Cirrus/platform/errors/ErrorKind.h"
 #include "Cirrus/platform/http/HttpTransfer.h"
 #include "Cirrus/records/DecodingError.h"
 #include "Cirrus/records/ServiceError.h"
@@ -39,11 +41,21 @@ public:
         invalidResponse
     };
 
-    [[nodiscard]] static WebserviceError serviceError(ServiceError error);
-    [[nodiscard]] static WebserviceError decodingError(DecodingError error);
-    [[nodiscard]] static WebserviceError underlyingError(AnyError error);
-    [[nodiscard]] static WebserviceError missingData();
-    [[nodiscard]] static WebserviceError invalidResponse();
+    [[nodiscard]] static WebserviceError serviceError(ServiceError error) {
+        return {Case::serviceError, anyError(std::move(error))};
+    }
+
+    [[nodiscard]] static WebserviceError decodingError(DecodingError error) {
+        return {Case::decodingError, anyError(std::move(error))};
+    }
+
+    [[nodiscard]] static WebserviceError underlyingError(AnyError error) {
+        return {Case::underlyingError, std::move(error)};
+    }
+
+    [[nodiscard]] static WebserviceError missingData() { return {Case::missingData, {}}; }
+
+    [[nodiscard]] static WebserviceError invalidResponse() { return {Case::invalidResponse, {}}; }
 
     [[nodiscard]] Case kind() const { return kind_; }
 
@@ -61,7 +73,8 @@ public:
     [[nodiscard]] std::optional<std::int64_t> serviceCode() const;
 
 private:
-    explicit WebserviceError(Case kind, std::optional<AnyError> carried = std::nullopt);
+    WebserviceError(Case kind, std::optional<AnyError> carried)
+        : kind_(kind), carried_(std::move(carried)) {}
 
     Case kind_;
     std::optional<AnyError> carried_;

@@ -7,6 +7,7 @@
 #include <memory>
 #include <optional>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include <Cirrus/Error.h>
@@ -86,14 +87,20 @@ public:
         };
 
         /// An error of the case `underlying` that carries this one.
-        [[nodiscard]] static Error underlying(AnyError error);
+        [[nodiscard]] static Error underlying(AnyError error) {
+            return Error(Case::underlying, std::move(error));
+        }
+
         /// The error of the case `missingFile`.
-        [[nodiscard]] static Error missingFile();
+        [[nodiscard]] static Error missingFile() { return Error(Case::missingFile); }
+
         /// The error of the case `missingWebContentLink`.
-        [[nodiscard]] static Error missingWebContentLink();
+        [[nodiscard]] static Error missingWebContentLink() {
+            return Error(Case::missingWebContentLink);
+        }
 
         /// Which case this is.
-        [[nodiscard]] Case kind() const;
+        [[nodiscard]] Case kind() const { return kind_; }
 
         /// Why, for hosts that act on it or have words of their own for the user.
         [[nodiscard]] FailureReason reason() const;
@@ -104,7 +111,9 @@ public:
 
         /// The error of the lower layer, as it came; null unless `kind` is `underlying`. It lives
         /// as long as this error.
-        [[nodiscard]] const AnyError* underlyingError() const;
+        [[nodiscard]] const AnyError* underlyingError() const {
+            return underlying_ ? &*underlying_ : nullptr;
+        }
 
         /// The text for the user, UTF-8, to be shown as it is. Absent only if the underlying error
         /// is of a kind with a text of its own and deliberately gives none.
@@ -114,7 +123,8 @@ public:
         [[nodiscard]] std::string diagnosticText() const;
 
     private:
-        explicit Error(Case kind, std::optional<AnyError> underlying = std::nullopt);
+        explicit Error(Case kind, std::optional<AnyError> underlying = std::nullopt)
+            : kind_(kind), underlying_(std::move(underlying)) {}
 
         Case kind_;
         std::optional<AnyError> underlying_;
@@ -131,10 +141,10 @@ public:
     ShareController(const ShareController&) = delete;
     ShareController& operator=(const ShareController&) = delete;
     /// Takes over the job, whether it runs or not.
-    ShareController(ShareController&& other) noexcept;
+    ShareController(ShareController&& other) noexcept = default;
     /// Releases the job of this object, as its destruction would, and takes over the other's.
-    ShareController& operator=(ShareController&& other) noexcept;
-    ~ShareController();
+    ShareController& operator=(ShareController&& other) noexcept = default;
+    ~ShareController() = default;
 
     /// Starts the job and returns before anything of it is done. Call it once.
     ///

@@ -39,8 +39,10 @@ TEST(ShareFailure, WordsOfEveryErrorKind) {
     EXPECT_EQ(Error::missingFile().errorDescription(),
               "One or more files could not be located by Stashly. Make sure the files are not "
               "moved or deleted and try again.");
-    EXPECT_EQ(Error::underlying(anyError(FileUploader::Error::missingFile())).errorDescription(),
-              generic);
+    EXPECT_EQ(
+        Error::underlying(anyError(FileUploader::Error{FileUploader::Error::Case::missingFile}))
+            .errorDescription(),
+        generic);
     EXPECT_EQ(Error::underlying(anyError(Silent())).errorDescription(), std::nullopt);
     EXPECT_EQ(Error::underlying(anyError(WebserviceError::invalidResponse())).errorDescription(),
               unreadable);

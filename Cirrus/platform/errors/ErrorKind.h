@@ -19,9 +19,6 @@ concept ErrorKind = requires(const Kind& kind) {
 
 class AnyError::Held {
 public:
-    Held() = default;
-    Held(const Held&) = delete;
-    Held& operator=(const Held&) = delete;
     virtual ~Held() = default;
     [[nodiscard]] virtual std::string diagnosticText() const = 0;
 

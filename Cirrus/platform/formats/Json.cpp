@@ -7,7 +7,7 @@
 
 namespace cirrus {
 
-Result<JsonValue, JsonError> parseJson(std::string_view text) {
+Result<JsonValue, std::string> parseJson(std::string_view text) {
     // The parser does not recurse, but whoever walks the value does.
     const auto boundDepth = [](int depth, JsonValue::parse_event_t, const JsonValue&) {
         constexpr int deepest = 256;
@@ -16,11 +16,11 @@ Result<JsonValue, JsonError> parseJson(std::string_view text) {
     try {
         return JsonValue::parse(text, boundDepth);
     } catch (const std::length_error& error) {
-        return std::unexpected(JsonError{error.what()});
+        return std::unexpected(error.what());
     } catch (const JsonValue::parse_error& error) {
-        return std::unexpected(JsonError{"not JSON at byte " + std::to_string(error.byte)});
+        return std::unexpected("not JSON at byte " + std::to_string(error.byte));
     } catch (const JsonValue::out_of_range&) {
-        return std::unexpected(JsonError{"a number too large for JSON"});
+        return std::unexpected("a number too large for JSON");
     }
 }
 
@@ -53,13 +53,10 @@ std::optional<std::int64_t> wholeNumber(const JsonValue& value) {
     }
     // Neither bound counts: the upper one is the first double that no longer fits, and whole
     // numbers just below the lower one are rounded to it.
-    constexpr double tooLow = -9223372036854775808.0;
-    constexpr double tooHigh = 9223372036854775808.0;
-    const double real = value.is_number_float() ? value.get<double>() : tooHigh;
-    if (real <= tooLow || real >= tooHigh || std::trunc(real) != real) {
-        return std::nullopt;
-    }
-    return static_cast<std::int64_t>(real);
+    constexpr double bound = 9223372036854775808.0;
+    const double real = value.is_number_float() ? value.get<double>() : bound;
+    const bool isWhole = std::abs(real) < bound && std::trunc(real) == real;
+    return isWhole ? std::optional(static_cast<std::int64_t>(real)) : std::nullopt;
 }
 
 } // namespace cirrus

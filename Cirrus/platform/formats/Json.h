@@ -12,17 +12,10 @@
 
 namespace cirrus {
 
-/// Why a text is not JSON.
-struct JsonError {
-    std::string reason;
-
-    [[nodiscard]] std::string diagnosticText() const { return reason; }
-};
-
 /// Reads one JSON document in UTF-8. Fails on anything that is not exactly one value, on numbers
 /// outside the range of a double, and on nesting deeper than 256. Of equal keys the last one
-/// counts.
-[[nodiscard]] Result<JsonValue, JsonError> parseJson(std::string_view text);
+/// counts. The error says why.
+[[nodiscard]] Result<JsonValue, std::string> parseJson(std::string_view text);
 
 /// Writes a value as pretty-printed JSON; nullopt if it contains text that is not UTF-8.
 [[nodiscard]] std::optional<std::string> writeJson(const JsonValue& value);

@@ -57,28 +57,20 @@ void CurlEngine::stop() {
 }
 
 void CurlEngine::run() {
-    while (!isStopping()) {
-        beginSubmitted();
+    while (auto submitted = takeSubmitted()) {
+        for (auto& transfer : *submitted) {
+            begin(std::move(transfer));
+        }
         advance();
         wait();
     }
     closeAll();
 }
 
-bool CurlEngine::isStopping() {
+/// Nullopt once it has to stop.
+std::optional<CurlEngine::Transfers> CurlEngine::takeSubmitted() {
     const std::scoped_lock lock(mutex_);
-    return isStopping_;
-}
-
-void CurlEngine::beginSubmitted() {
-    std::vector<std::shared_ptr<HttpTransfer>> submitted;
-    {
-        const std::scoped_lock lock(mutex_);
-        submitted.swap(submitted_);
-    }
-    for (auto& transfer : submitted) {
-        begin(std::move(transfer));
-    }
+    return isStopping_ ? std::nullopt : std::optional(std::exchange(submitted_, {}));
 }
 
 void CurlEngine::begin(std::shared_ptr<HttpTransfer> transfer) {
@@ -87,7 +79,7 @@ void CurlEngine::begin(std::shared_ptr<HttpTransfer> transfer) {
         ended_(std::move(transfer));
         return;
     }
-    auto started = std::make_unique<CurlTransfer>(std::move(transfer), connections_);
+    auto started = std::make_unique<CurlTransfer>(std::move(transfer), sockets_);
     CURL* const easy = started->easy();
     transfers_.emplace(easy, std::move(started));
     if (curl_multi_add_handle(multi_, easy) != CURLM_OK) {

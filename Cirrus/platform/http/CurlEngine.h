@@ -6,11 +6,12 @@
 #include <map>
 #include <memory>
 #include <mutex>
+#include <optional>
 #include <utility>
 #include <vector>
 
-#include "Cirrus/platform/http/ConnectionTable.h"
 #include "Cirrus/platform/http/CurlTransfer.h"
+#include "Cirrus/platform/http/SocketList.h"
 
 namespace cirrus {
 
@@ -38,9 +39,9 @@ public:
 
 private:
     using Clock = CurlTransfer::Clock;
+    using Transfers = std::vector<std::shared_ptr<HttpTransfer>>;
 
-    [[nodiscard]] bool isStopping();
-    void beginSubmitted();
+    [[nodiscard]] std::optional<Transfers> takeSubmitted();
     void begin(std::shared_ptr<HttpTransfer> transfer);
     void advance();
     void endOverdue();
@@ -52,10 +53,10 @@ private:
 
     std::mutex mutex_; ///< guards the three below
     CURLM* multi_;     ///< null once `run` has returned; used without the lock in `run`
-    std::vector<std::shared_ptr<HttpTransfer>> submitted_;
+    Transfers submitted_;
     bool isStopping_ = false;
 
-    ConnectionTable connections_;
+    SocketList sockets_;
     std::map<CURL*, std::unique_ptr<CurlTransfer>> transfers_;
     Clock::time_point nextLook_;
 };

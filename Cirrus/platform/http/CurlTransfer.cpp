@@ -6,7 +6,6 @@
 
 #include "Cirrus/platform/formats/UrlBuilder.h"
 #include "Cirrus/platform/http/CurlError.h"
-#include "Cirrus/platform/http/Sockets.h"
 
 namespace cirrus {
 
@@ -21,17 +20,14 @@ constexpr std::size_t longestHead = std::size_t{300} * 1024;
 /// The same for what an answer may bring over the line, whatever it consists of.
 constexpr std::uint64_t mostReceived = std::uint64_t{2} * longestAnswer;
 
-/// Up to this size, as nearly all requests have it, a body goes to libcurl in one piece.
-constexpr std::size_t longestWholeBody = std::size_t{64} * 1024;
-
 /// A kept connection that was idle for more seconds is not reused: servers close theirs about then.
 constexpr long longestReuse = 15;
 
 } // namespace
 
-CurlTransfer::CurlTransfer(std::shared_ptr<HttpTransfer> transfer, ConnectionTable& connections)
+CurlTransfer::CurlTransfer(std::shared_ptr<HttpTransfer> transfer, SocketList& allSockets)
     : transfer_(std::move(transfer)),
-      connections_(connections),
+      allSockets_(allSockets),
       easy_(curl_easy_init()),
       pacer_(transfer_->request.bodyText()) {
     setGeneralOptions();
@@ -43,7 +39,6 @@ CurlTransfer::CurlTransfer(std::shared_ptr<HttpTransfer> transfer, ConnectionTab
 }
 
 CurlTransfer::~CurlTransfer() {
-    connections_.release(*this);
     curl_easy_cleanup(easy_);
     curl_slist_free_all(headerLines_);
     curl_slist_free_all(connectTo_);
@@ -51,15 +46,15 @@ CurlTransfer::~CurlTransfer() {
 
 bool CurlTransfer::mustEnd(Clock::time_point now) {
     // What was only handed to the kernel does not count as moved, so TCP is asked first.
-    const auto traffic = connections_.traffic(*this).value_or(
+    const auto moved = traffic().value_or(
         Traffic{.acknowledged = static_cast<std::uint64_t>(get<curl_off_t>(CURLINFO_SIZE_UPLOAD_T)),
                 .received = headSize_ + answer_.size(),
                 .read = 0});
-    if (hasBegun_ && traffic.received > trafficBefore_.received + mostReceived) {
+    if (hasBegun_ && moved.received > trafficBefore_.received + mostReceived) {
         abort("The answer brings more than 16 MiB");
         return true;
     }
-    const auto count = traffic.acknowledged + traffic.received;
+    const auto count = moved.acknowledged + moved.received;
     if (std::exchange(lastByteCount_, count) != count) {
         lastMoved_ = now;
     }
@@ -115,7 +110,7 @@ void CurlTransfer::setCallbacks() {
     set(CURLOPT_OPENSOCKETDATA, this);
     // A kept connection may be closed after this transfer has ended.
     set(CURLOPT_CLOSESOCKETFUNCTION, &CurlTransfer::closeSocket);
-    set(CURLOPT_CLOSESOCKETDATA, &connections_);
+    set(CURLOPT_CLOSESOCKETDATA, &allSockets_);
     set(CURLOPT_HEADERFUNCTION, &CurlTransfer::receiveHeadLine);
     set(CURLOPT_HEADERDATA, this);
     set(CURLOPT_WRITEFUNCTION, &CurlTransfer::receiveBody);
@@ -129,8 +124,7 @@ void CurlTransfer::setCallbacks() {
 }
 
 void CurlTransfer::setServer(const TestServer& server) {
-    connectTo_ =
-        curl_slist_append(nullptr, ("::127.0.0.1:" + std::to_string(server.port)).c_str());
+    connectTo_ = curl_slist_append(nullptr, ("::127.0.0.1:" + std::to_string(server.port)).c_str());
     set(CURLOPT_CONNECT_TO, connectTo_);
     // libcurl copies the text, but its interface has no const.
     std::string text = server.certificateAuthority;
@@ -149,10 +143,6 @@ void CurlTransfer::setRequest() {
         const auto body = request.bodyText();
         set(CURLOPT_POST, 1L);
         set(CURLOPT_POSTFIELDSIZE_LARGE, static_cast<curl_off_t>(body.size()));
-        if (body.size() <= longestWholeBody) {
-            // libcurl sends it together with the head. It does not copy it.
-            set(CURLOPT_POSTFIELDS, body.empty() ? "" : body.data());
-        }
         set(CURLOPT_UPLOAD_BUFFERSIZE,
             static_cast<long>(
                 std::clamp(body.size(), UploadPacer::smallestChunk, UploadPacer::largestChunk)));
@@ -177,6 +167,17 @@ void CurlTransfer::setHeaders() {
         headerLines_ = curl_slist_append(headerLines_, line.c_str());
     }
     set(CURLOPT_HTTPHEADER, headerLines_);
+}
+
+/// What has moved on its connections; nullopt if the system does not count it.
+std::optional<Traffic> CurlTransfer::traffic() const {
+    std::optional<Traffic> sum;
+    for (const int socket : sockets_) {
+        if (const auto moved = sockets::traffic(socket)) {
+            sum = sum.value_or(Traffic()) + *moved;
+        }
+    }
+    return sum;
 }
 
 /// Those of the final answer, without the ones of interim answers and trailers.
@@ -209,12 +210,14 @@ curl_socket_t CurlTransfer::openSocket(void* self, curlsocktype, curl_sockaddr* 
     if (transfer.mustNotSendAgain()) {
         return CURL_SOCKET_BAD;
     }
-    return static_cast<curl_socket_t>(transfer.connections_.open(address->family, address->socktype,
-                                                                 address->protocol, transfer));
+    const int socket =
+        transfer.allSockets_.open(address->family, address->socktype, address->protocol);
+    transfer.sockets_.push_back(socket);
+    return static_cast<curl_socket_t>(socket);
 }
 
-int CurlTransfer::closeSocket(void* connections, curl_socket_t socket) noexcept {
-    static_cast<ConnectionTable*>(connections)->close(static_cast<int>(socket));
+int CurlTransfer::closeSocket(void* allSockets, curl_socket_t socket) noexcept {
+    static_cast<SocketList*>(allSockets)->close(static_cast<int>(socket));
     return 0;
 }
 
@@ -224,7 +227,7 @@ std::size_t CurlTransfer::receiveHeadLine(const char* bytes, std::size_t, std::s
     const std::string_view line(bytes, count);
     if (transfer.headSize_ == 0) {
         // Bytes behind the answer before can wait within TLS, where `hasInput` does not see them.
-        const auto traffic = transfer.connections_.traffic(transfer);
+        const auto traffic = transfer.traffic();
         if (traffic && traffic->read <= transfer.trafficBefore_.read) {
             transfer.abort("The answer came before its request");
             return CURL_WRITEFUNC_ERROR;
@@ -275,11 +278,12 @@ int CurlTransfer::beginRequest(void* self, char*, char*, int, int localPort) noe
     if (transfer.mustNotSendAgain()) {
         return CURL_PREREQFUNC_ABORT;
     }
-    const int socket = transfer.connections_.use(localPort, transfer);
+    const int socket = transfer.allSockets_.withLocalPort(localPort);
+    transfer.sockets_ = {socket};
     if (transfer.get<long>(CURLINFO_NUM_CONNECTS) == 0) {
         transfer.isConnectionStale_ = socket < 0 || sockets::hasInput(socket);
     }
-    transfer.trafficBefore_ = transfer.connections_.traffic(transfer).value_or(Traffic());
+    transfer.trafficBefore_ = transfer.traffic().value_or(Traffic());
     transfer.hasBegun_ = !transfer.isConnectionStale_;
     return transfer.hasBegun_ ? CURL_PREREQFUNC_OK : CURL_PREREQFUNC_ABORT;
 }

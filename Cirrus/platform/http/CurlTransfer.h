@@ -9,9 +9,11 @@
 #include <optional>
 #include <string>
 #include <string_view>
+#include <vector>
 
-#include "Cirrus/platform/http/ConnectionTable.h"
 #include "Cirrus/platform/http/HttpTransfer.h"
+#include "Cirrus/platform/http/SocketList.h"
+#include "Cirrus/platform/http/Sockets.h"
 #include "Cirrus/platform/http/UploadPacer.h"
 
 namespace cirrus {
@@ -21,7 +23,7 @@ class CurlTransfer {
 public:
     using Clock = std::chrono::steady_clock;
 
-    CurlTransfer(std::shared_ptr<HttpTransfer> transfer, ConnectionTable& connections);
+    CurlTransfer(std::shared_ptr<HttpTransfer> transfer, SocketList& allSockets);
     CurlTransfer(const CurlTransfer&) = delete;
     CurlTransfer& operator=(const CurlTransfer&) = delete;
     ~CurlTransfer();
@@ -51,12 +53,13 @@ private:
     void setRequest();
     void setHeaders();
     [[nodiscard]] HeaderFields receivedHeaders() const;
+    [[nodiscard]] std::optional<Traffic> traffic() const;
     void abort(std::string text, FailureReason reason = FailureReason::other);
     [[nodiscard]] bool mustNotSendAgain();
 
     // libcurl's callbacks; `self` is the transfer.
     static curl_socket_t openSocket(void* self, curlsocktype, curl_sockaddr* address) noexcept;
-    static int closeSocket(void* connections, curl_socket_t socket) noexcept;
+    static int closeSocket(void* allSockets, curl_socket_t socket) noexcept;
     static std::size_t receiveHeadLine(const char* bytes, std::size_t, std::size_t count,
                                        void* self) noexcept;
     static std::size_t receiveBody(const char* bytes, std::size_t, std::size_t count,
@@ -79,7 +82,8 @@ private:
     }
 
     std::shared_ptr<HttpTransfer> transfer_;
-    ConnectionTable& connections_;
+    SocketList& allSockets_;
+    std::vector<int> sockets_; ///< its own; several while it tries more than one address
     CURL* easy_;
     curl_slist* headerLines_ = nullptr;
     curl_slist* connectTo_ = nullptr;
@@ -89,7 +93,7 @@ private:
     std::size_t headSize_ = 0; ///< with interim answers and trailers
     bool isHeadComplete_ = false;
     std::optional<TransportError> abortReason_; ///< takes the place of libcurl's error
-    bool hasBegun_ = false; ///< the request may have reached the server
+    bool hasBegun_ = false;                     ///< the request may have reached the server
     bool isConnectionStale_ = false;
     Traffic trafficBefore_; ///< on the connection, before the request
     std::uint64_t lastByteCount_ = 0;
