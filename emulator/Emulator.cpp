@@ -6,6 +6,7 @@
 #include "emulator/Crypto.h"
 #include "emulator/authorization/AuthorizationServer.h"
 #include "emulator/drive/DriveApi.h"
+#include "emulator/drive/DriveError.h"
 #include "emulator/drive/Json.h"
 #include "emulator/http/HttpsServer.h"
 
@@ -185,17 +186,24 @@ void Emulator::setHeadHook(RequestHook hook) {
 }
 
 std::optional<std::string> Emulator::addFolder(std::string name, std::string parentId) {
-    FileMetadata metadata{
-        .name = std::move(name), .mimeType = std::string(folderMimeType), .parents = {}};
+    DriveFile folder{.name = std::move(name), .mimeType = std::string(folderMimeType)};
     if (!parentId.empty()) {
-        metadata.parents.push_back(std::move(parentId));
+        folder.parents.push_back(std::move(parentId));
     }
-    auto folder = running_->state.addFile(std::move(metadata), {});
-    return folder ? std::optional(std::move(folder->id)) : std::nullopt;
+    try {
+        return running_->state.addFile(std::move(folder)).id;
+    } catch (const DriveError&) {
+        return std::nullopt;
+    }
 }
 
 bool Emulator::trash(std::string_view id) {
-    return running_->state.trash(id);
+    try {
+        running_->state.trash(id);
+        return true;
+    } catch (const DriveError&) {
+        return false;
+    }
 }
 
 } // namespace cirrus::emulator

@@ -2,8 +2,10 @@
 
 #include <utility>
 
+#include <boost/algorithm/hex.hpp>
+
 #include "emulator/Crypto.h"
-#include "emulator/drive/DriveErrors.h"
+#include "emulator/drive/Json.h"
 
 namespace cirrus::emulator {
 
@@ -27,11 +29,9 @@ bool isLoopback(std::string_view uri) {
 }
 
 std::string escaped(std::string_view text) {
-    constexpr std::string_view digits = "0123456789ABCDEF";
     std::string result;
     for (const char one : text) {
-        const auto byte = static_cast<unsigned char>(one);
-        result += {'%', digits[byte >> 4U], digits[byte & 0xFU]};
+        result += '%' + boost::algorithm::hex(std::string(1, one));
     }
     return result;
 }
@@ -102,49 +102,35 @@ Answer AuthorizationServer::giveToken(const Request& request) {
     // A form is written as a query is.
     Request form{.target = std::string("?").append(request.body.bytes())};
     readTarget(form);
-    Parameters parameters;
-    for (auto& [name, value] : form.query) {
-        parameters.insert_or_assign(std::move(name), std::move(value));
-    }
-    if (parameters["client_id"] != clientId || parameters["client_secret"] != clientSecret) {
+    if (itemOf(form, "client_id") != clientId || itemOf(form, "client_secret") != clientSecret) {
         return jsonAnswer(401, Json{{"error", "invalid_client"}});
     }
+    const auto kind = itemOf(form, "grant_type");
     const std::scoped_lock lock(mutex_);
-    Json answer{{"access_token", ""},
+    const bool isRefresh = kind == "refresh_token" && !refreshToken_.empty() &&
+                           itemOf(form, "refresh_token") == refreshToken_;
+    if (!isRefresh && (kind != "authorization_code" || !redeems(form))) {
+        return refusal("invalid_grant");
+    }
+    const auto accessToken = randomIdentifier();
+    accessTokens_.insert_or_assign(accessToken, clock_() + lifetime_);
+    Json answer{{"access_token", accessToken},
                 {"expires_in", lifetime_.count()},
                 {"scope", scope},
                 {"token_type", "Bearer"}};
-    if (parameters["grant_type"] == "authorization_code") {
-        if (!redeems(parameters)) {
-            return refusal("invalid_grant");
-        }
+    if (!isRefresh) {
         refreshToken_ = randomIdentifier();
         answer["refresh_token"] = refreshToken_;
-    } else if (parameters["grant_type"] != "refresh_token") {
-        return refusal("unsupported_grant_type");
-    } else if (refreshToken_.empty() || parameters["refresh_token"] != refreshToken_) {
-        return refusal("invalid_grant");
     }
-    answer["access_token"] = makeAccessToken();
     return jsonAnswer(200, answer);
 }
 
 /// Whether the code in there is one that was given for the same address and challenge. A code is
 /// good for one attempt.
-bool AuthorizationServer::redeems(const Parameters& parameters) {
-    const auto valueOf = [&](std::string_view name) {
-        const auto found = parameters.find(name);
-        return found != parameters.end() ? found->second : "";
-    };
-    const auto consent = codes_.extract(valueOf("code"));
-    return !consent.empty() && consent.mapped().redirectUri == valueOf("redirect_uri") &&
-           consent.mapped().challenge == codeChallenge(valueOf("code_verifier"));
-}
-
-std::string AuthorizationServer::makeAccessToken() {
-    auto token = randomIdentifier();
-    accessTokens_.insert_or_assign(token, clock_() + lifetime_);
-    return token;
+bool AuthorizationServer::redeems(const Request& form) {
+    const auto consent = codes_.extract(itemOf(form, "code"));
+    return !consent.empty() && consent.mapped().redirectUri == itemOf(form, "redirect_uri") &&
+           consent.mapped().challenge == codeChallenge(itemOf(form, "code_verifier"));
 }
 
 } // namespace cirrus::emulator

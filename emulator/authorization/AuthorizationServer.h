@@ -50,12 +50,9 @@ private:
         std::string challenge;
     };
 
-    using Parameters = std::map<std::string, std::string, std::less<>>;
-
     [[nodiscard]] Answer authorize(const Request& request);
     [[nodiscard]] Answer giveToken(const Request& request);
-    [[nodiscard]] bool redeems(const Parameters& parameters);
-    [[nodiscard]] std::string makeAccessToken();
+    [[nodiscard]] bool redeems(const Request& form);
 
     const std::string permanentToken_;
     const std::chrono::seconds lifetime_;

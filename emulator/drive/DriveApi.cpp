@@ -1,11 +1,12 @@
 #include "emulator/drive/DriveApi.h"
 
-#include <expected>
 #include <optional>
+#include <set>
 #include <utility>
 
-#include "emulator/drive/DriveErrors.h"
-#include "emulator/drive/FileFields.h"
+#include <boost/algorithm/string.hpp>
+
+#include "emulator/drive/DriveError.h"
 #include "emulator/drive/Json.h"
 #include "emulator/drive/PermissionRules.h"
 #include "emulator/drive/Query.h"
@@ -17,79 +18,69 @@ namespace {
 constexpr std::string_view filesPath = "/drive/v3/files";
 constexpr std::string_view uploadPath = "/upload/drive/v3/files";
 
-enum class Endpoint { unknown, files, upload, file, permissions };
-
-struct Route {
-    Endpoint endpoint = Endpoint::unknown;
-    std::string_view fileId;
-};
-
-Route routeOf(std::string_view path) {
-    if (path == filesPath) {
-        return {.endpoint = Endpoint::files, .fileId = {}};
+/// The file as Drive describes it, with the members that a comma-separated selector names, as far
+/// as such a file has them.
+Json fileResource(const DriveFile& file, const std::string& selector = "kind,id,name,mimeType") {
+    Json members{{"kind", "drive#file"},
+                 {"id", file.id},
+                 {"name", file.name},
+                 {"mimeType", file.mimeType},
+                 {"webViewLink", "https://drive.google.com/drive/folders/" + file.id},
+                 {"webContentLink", nullptr}};
+    if (!file.isFolder()) {
+        members["webViewLink"] =
+            "https://drive.google.com/file/d/" + file.id + "/view?usp=drivesdk";
+        members["webContentLink"] =
+            "https://drive.google.com/uc?id=" + file.id + "&export=download";
     }
-    if (path == uploadPath) {
-        return {.endpoint = Endpoint::upload, .fileId = {}};
+    std::set<std::string> wanted;
+    boost::split(wanted, boost::erase_all_copy(selector, " "), boost::is_any_of(","));
+    Json selected = Json::object();
+    for (const auto& [name, value] : members.items()) {
+        if (wanted.erase(name) > 0 && !value.is_null()) {
+            selected[name] = value;
+        }
     }
-    if (!path.starts_with(filesPath) || path[filesPath.size()] != '/') {
-        return {};
+    if (!wanted.empty()) {
+        throw DriveError(400, "invalidParameter", "Invalid field selection " + *wanted.begin());
     }
-    const std::string_view rest = path.substr(filesPath.size() + 1);
-    const std::string_view fileId = rest.substr(0, rest.find('/'));
-    const std::string_view below = rest.substr(fileId.size());
-    if (fileId.empty() || (!below.empty() && below != "/permissions")) {
-        return {};
-    }
-    return {.endpoint = below.empty() ? Endpoint::file : Endpoint::permissions, .fileId = fileId};
+    return selected;
 }
 
-std::optional<std::string> optionalText(const std::string* text) {
-    return text != nullptr ? std::optional(*text) : std::nullopt;
-}
-
-/// The body as a JSON object; an absent body counts as an empty one.
-std::expected<Json, Answer> objectOf(const Request& request) {
-    if (request.body.size == 0) {
-        return Json::object();
+Json permissionResource(const DrivePermission& permission) {
+    Json members{{"kind", "drive#permission"},
+                 {"id", permission.id},
+                 {"type", permission.type},
+                 {"role", permission.role}};
+    if (permission.type == "anyone") {
+        members["allowFileDiscovery"] = false;
     }
-    // With exceptions off, a text that cannot be parsed gives a value that is no object.
-    auto value = Json::parse(request.body.bytes(), nullptr, false);
-    if (!value.is_object()) {
-        return std::unexpected(parseError());
-    }
-    return value;
+    return members;
 }
 
-/// Throws `Json::exception` if a member has the wrong type.
-std::expected<FileMetadata, Answer> metadataOf(const Request& request) {
-    const auto body = objectOf(request);
-    if (!body) {
-        return std::unexpected(body.error());
-    }
-    const std::string* announced = request.header("X-Upload-Content-Type");
-    const std::string defaultType = announced != nullptr ? *announced : "application/octet-stream";
-    return FileMetadata{.name = memberOf<std::string>(*body, "name").value_or("Untitled"),
-                        .mimeType = memberOf<std::string>(*body, "mimeType").value_or(defaultType),
-                        .parents = memberOf<std::vector<std::string>>(*body, "parents")
-                                       .value_or(std::vector<std::string>())};
+/// The body as JSON; an absent body counts as an empty object.
+Json jsonOf(const Request& request) {
+    return request.body.size > 0 ? Json::parse(request.body.bytes()) : Json::object();
 }
 
-Answer badParent(const BadParent& parent) {
-    return parent.exists
-               ? errorAnswer(403, "parentNotAFolder", "The specified parent is not a folder.",
-                             {.type = "parameter", .name = "parents"})
-               : fileNotFound(parent.id);
+/// The file that a client wants to create.
+DriveFile fileOf(const Request& request) {
+    const Json body = jsonOf(request);
+    return {.name = body.value("name", "Untitled"),
+            .mimeType = body.value("mimeType", "application/octet-stream"),
+            .parents = body.value("parents", std::vector<std::string>())};
 }
 
-Answer sessionAnswer(const std::string& uploadId) {
-    Answer answer;
-    answer.headers = {
-        {.name = "X-GUploader-UploadID", .value = uploadId},
-        {.name = "Location",
-         .value =
-             "https://www.googleapis.com/upload/drive/v3/files?uploadType=resumable&upload_id=" +
-             uploadId}};
-    answer.body = "";
+Answer unauthenticated() {
+    Answer answer =
+        DriveError(401, "authError",
+                   "Request had invalid authentication credentials. Expected OAuth 2 access token, "
+                   "login cookie or other valid authentication credential. See "
+                   "https://developers.google.com/identity/sign-in/web/devconsole-project.")
+            .answer();
+    answer.headers.push_back(
+        {"WWW-Authenticate",
+         R"(Bearer realm="https://accounts.google.com/", error="invalid_token")"});
     return answer;
 }
 
@@ -105,54 +96,64 @@ DriveApi::DriveApi(DriveState& state, TokenCheck isValidToken, Clock clock)
 Answer DriveApi::answer(const Request& request) {
     try {
         return route(request);
-    } catch (const Json::exception&) {
-        return parseError(); // a member of the body has the wrong type
+    } catch (const DriveError& error) {
+        return error.answer();
+    } catch (const Json::exception&) { // the body is no object, or a member has the wrong type
+        return DriveError(400, "parseError", "Parse Error").answer();
     }
+}
+
+bool DriveApi::isAuthorized(const Request& request) const {
+    constexpr std::string_view scheme = "Bearer ";
+    const std::string* authorization = request.header("Authorization");
+    return authorization != nullptr && authorization->starts_with(scheme) &&
+           isValidToken_(authorization->substr(scheme.size()));
 }
 
 Answer DriveApi::route(const Request& request) {
-    const Route route = routeOf(request.path);
-    if (route.endpoint == Endpoint::unknown) {
-        return errorAnswer(404, "notFound", "Not Found");
-    }
-    const std::string* authorization = request.header("Authorization");
-    constexpr std::string_view scheme = "Bearer ";
-    if (authorization == nullptr || !authorization->starts_with(scheme) ||
-        !isValidToken_(authorization->substr(scheme.size()))) {
+    constexpr std::string_view permissions = "/permissions";
+    const bool isPost = request.method == "POST";
+    const bool isGet = request.method == "GET";
+    const bool isKnown = request.path == uploadPath || request.path.starts_with(filesPath);
+    if (isKnown && !isAuthorized(request)) {
         return unauthenticated();
     }
-    const bool post = request.method == "POST";
-    const bool get = request.method == "GET";
-    if (route.endpoint == Endpoint::files && get) {
+    if (isContentUpload(request) && (isPost || request.method == "PUT")) {
+        const std::string& uploadId = *request.queryItem("upload_id");
+        return jsonAnswer(200, fileResource(state_.finishSession(uploadId, request.body)));
+    }
+    if (request.path == uploadPath && isPost) {
+        return openSession(request);
+    }
+    if (request.path == filesPath && isPost) {
+        return jsonAnswer(200, fileResource(state_.addFile(fileOf(request))));
+    }
+    if (request.path == filesPath && isGet) {
         return searchFiles(request);
     }
-    if (route.endpoint == Endpoint::files && post) {
-        return createFile(request);
+    if (request.path.starts_with(std::string(filesPath) + "/")) {
+        std::string_view id = std::string_view(request.path).substr(filesPath.size() + 1);
+        if (isGet) {
+            return describeFile(request, id);
+        }
+        if (isPost && id.ends_with(permissions)) {
+            id.remove_suffix(permissions.size());
+            return createPermission(request, id);
+        }
     }
-    if (route.endpoint == Endpoint::file && get) {
-        return describeFile(request, route.fileId);
-    }
-    if (route.endpoint == Endpoint::permissions && post) {
-        return createPermission(request, route.fileId);
-    }
-    if (route.endpoint == Endpoint::upload && (post || request.method == "PUT")) {
-        const std::string* uploadId = request.queryItem("upload_id");
-        return uploadId != nullptr ? finishSession(request, *uploadId) : openSession(request);
-    }
-    return errorAnswer(405, "httpMethodNotAllowed", "Method Not Allowed");
+    throw DriveError(404, "notFound", "Not Found");
 }
 
 Answer DriveApi::searchFiles(const Request& request) const {
-    FileFilter filter = [](const DriveFile&) { return true; };
+    std::optional<FileFilter> filter = [](const DriveFile&) { return true; };
     if (const std::string* query = request.queryItem("q")) {
-        auto parsed = parseQuery(*query, state_.rootId());
-        if (!parsed) {
-            return errorAnswer(400, "invalid", "Invalid Value", {.type = "parameter", .name = "q"});
-        }
-        filter = std::move(*parsed);
+        filter = parseQuery(*query);
+    }
+    if (!filter) {
+        throw DriveError(400, "invalid", "Invalid Value");
     }
     Json files = Json::array();
-    for (const DriveFile& file : state_.search(filter)) {
+    for (const DriveFile& file : state_.search(*filter)) {
         files.push_back(fileResource(file));
     }
     return jsonAnswer(
@@ -160,61 +161,32 @@ Answer DriveApi::searchFiles(const Request& request) const {
         Json{{"kind", "drive#fileList"}, {"incompleteSearch", false}, {"files", std::move(files)}});
 }
 
-Answer DriveApi::describeFile(const Request& request, std::string_view id) const {
-    const auto fields = parseFields(optionalText(request.queryItem("fields")));
-    if (!fields) {
-        return errorAnswer(400, "invalidParameter", "Invalid field selection " + fields.error(),
-                           {.type = "parameter", .name = "fields"});
-    }
-    const std::optional<DriveFile> file = state_.find(id);
-    return file ? jsonAnswer(200, fileResource(*file, *fields)) : fileNotFound(std::string(id));
-}
-
-Answer DriveApi::createFile(const Request& request) {
-    auto metadata = metadataOf(request);
-    if (!metadata) {
-        return metadata.error();
-    }
-    const bool folder = metadata->mimeType == folderMimeType;
-    const auto file = state_.addFile(std::move(*metadata), folder ? Content{} : contentOf(""));
-    return file ? jsonAnswer(200, fileResource(*file)) : badParent(file.error());
+Answer DriveApi::describeFile(const Request& request, std::string_view id) {
+    const DriveFile file = state_.find(id);
+    const std::string* fields = request.queryItem("fields");
+    return jsonAnswer(200, fields != nullptr ? fileResource(file, *fields) : fileResource(file));
 }
 
 Answer DriveApi::openSession(const Request& request) {
     const std::string* uploadType = request.queryItem("uploadType");
     if (uploadType == nullptr || *uploadType != "resumable") {
-        return errorAnswer(400, "badRequest", "Invalid upload type",
-                           {.type = "parameter", .name = "uploadType"});
+        throw DriveError(400, "badRequest", "Invalid upload type");
     }
-    auto metadata = metadataOf(request);
-    if (!metadata) {
-        return metadata.error();
-    }
-    const auto uploadId = state_.openSession(std::move(*metadata));
-    return uploadId ? sessionAnswer(*uploadId) : badParent(uploadId.error());
-}
-
-Answer DriveApi::finishSession(const Request& request, const std::string& uploadId) {
-    const std::optional<DriveFile> file = state_.finishSession(uploadId, request.body);
-    return file ? jsonAnswer(200, fileResource(*file))
-                : errorAnswer(404, "notFound", "Upload session not found");
+    const std::string uploadId = state_.openSession(fileOf(request));
+    return {.headers = {{"X-GUploader-UploadID", uploadId},
+                        {"Location", "https://www.googleapis.com/upload/drive/v3/files"
+                                     "?uploadType=resumable&upload_id=" +
+                                         uploadId}},
+            .body = ""};
 }
 
 Answer DriveApi::createPermission(const Request& request, std::string_view fileId) {
-    if (!state_.find(fileId)) {
-        return fileNotFound(std::string(fileId));
+    DrivePermission permission = readPermission(jsonOf(request), clock_());
+    if (const std::string* message = request.queryItem("emailMessage")) {
+        permission.emailMessage = *message;
     }
-    const auto body = objectOf(request);
-    if (!body) {
-        return body.error();
-    }
-    const auto permission =
-        readPermission(*body, optionalText(request.queryItem("emailMessage")), clock_());
-    if (!permission) {
-        return permission.error();
-    }
-    state_.setPermission(fileId, *permission);
-    return jsonAnswer(200, permissionResource(*permission));
+    state_.setPermission(fileId, permission);
+    return jsonAnswer(200, permissionResource(permission));
 }
 
 } // namespace cirrus::emulator

@@ -31,11 +31,10 @@ public:
 
 private:
     [[nodiscard]] Answer route(const Request& request);
+    [[nodiscard]] bool isAuthorized(const Request& request) const;
     [[nodiscard]] Answer searchFiles(const Request& request) const;
-    [[nodiscard]] Answer describeFile(const Request& request, std::string_view id) const;
-    [[nodiscard]] Answer createFile(const Request& request);
+    [[nodiscard]] Answer describeFile(const Request& request, std::string_view id);
     [[nodiscard]] Answer openSession(const Request& request);
-    [[nodiscard]] Answer finishSession(const Request& request, const std::string& uploadId);
     [[nodiscard]] Answer createPermission(const Request& request, std::string_view fileId);
 
     DriveState& state_;

@@ -5,6 +5,7 @@
 #include <utility>
 
 #include "emulator/Crypto.h"
+#include "emulator/drive/DriveError.h"
 
 namespace cirrus::emulator {
 
@@ -22,140 +23,100 @@ std::string Snapshot::pathOf(const DriveFile& file) const {
     return path;
 }
 
-DriveState::DriveState() {
-    root_.id = randomIdentifier();
-    root_.name = "My Drive";
-    root_.mimeType = folderMimeType;
-    held_.rootId = root_.id;
+DriveState::DriveState()
+    : root_{.id = randomIdentifier(), .name = "My Drive", .mimeType = std::string(folderMimeType)} {
 }
 
-template <class Change>
-auto DriveState::change(Change apply) {
-    const std::scoped_lock lock(mutex_);
+std::unique_lock<std::mutex> DriveState::lockForChange() {
+    std::unique_lock lock(mutex_);
     // Waiters need the lock to look, so they see the change although they are woken before it.
     changed_.notify_all();
-    return apply();
+    return lock;
 }
 
-DriveFile* DriveState::findForChange(std::string_view id) {
-    if (id == "root" || id == root_.id) {
-        return &root_;
-    }
-    const auto found = std::ranges::find(held_.files, id, &DriveFile::id);
-    return found != held_.files.end() ? &*found : nullptr;
-}
-
-std::expected<FileMetadata, BadParent> DriveState::withFolders(FileMetadata metadata) {
-    if (metadata.parents.empty()) {
-        metadata.parents.push_back(root_.id);
-    }
-    for (std::string& parent : metadata.parents) {
-        const DriveFile* folder = findForChange(parent);
-        if (folder == nullptr || !folder->isFolder()) {
-            return std::unexpected(BadParent{.id = parent, .exists = folder != nullptr});
-        }
-        parent = folder->id;
-    }
-    return metadata;
-}
-
-DriveFile& DriveState::add(FileMetadata metadata, Content content) {
-    DriveFile& file = held_.files.emplace_back();
-    file.id = randomIdentifier();
-    file.name = std::move(metadata.name);
-    file.mimeType = std::move(metadata.mimeType);
-    file.parents = std::move(metadata.parents);
-    file.content = std::move(content);
-    return file;
-}
-
-std::optional<DriveFile> DriveState::find(std::string_view id) const {
-    const std::scoped_lock lock(mutex_);
+DriveFile& DriveState::existing(std::string_view id) {
     if (id == "root" || id == root_.id) {
         return root_;
     }
-    const DriveFile* file = held_.file(id);
-    return file != nullptr ? std::optional(*file) : std::nullopt;
+    const auto found = std::ranges::find(held_.files, id, &DriveFile::id);
+    if (found == held_.files.end()) {
+        throw DriveError(404, "notFound", "File not found: " + std::string(id) + ".");
+    }
+    return *found;
+}
+
+void DriveState::placeInFolders(DriveFile& file) {
+    if (file.parents.empty()) {
+        file.parents.emplace_back("root");
+    }
+    for (std::string& parent : file.parents) {
+        const DriveFile& folder = existing(parent);
+        if (!folder.isFolder()) {
+            throw DriveError(403, "parentNotAFolder", "The specified parent is not a folder.");
+        }
+        parent = folder.id;
+    }
+}
+
+DriveFile DriveState::add(DriveFile file) {
+    file.id = randomIdentifier();
+    return held_.files.emplace_back(std::move(file));
+}
+
+DriveFile DriveState::find(std::string_view id) {
+    const std::scoped_lock lock(mutex_);
+    return existing(id);
 }
 
 std::vector<DriveFile> DriveState::search(const FileFilter& filter) const {
     const std::scoped_lock lock(mutex_);
     std::vector<DriveFile> found;
     // Drive lists the newest first unless the request names an order.
-    for (const DriveFile& file : held_.files | std::views::reverse) {
-        if (filter(file)) {
-            found.push_back(file);
-        }
-    }
+    std::ranges::copy_if(held_.files | std::views::reverse, std::back_inserter(found), filter);
     return found;
 }
 
-std::string DriveState::rootId() const {
-    return root_.id;
+DriveFile DriveState::addFile(DriveFile file) {
+    const auto lock = lockForChange();
+    placeInFolders(file);
+    return add(std::move(file));
 }
 
-std::expected<DriveFile, BadParent> DriveState::addFile(FileMetadata metadata, Content content) {
-    return change([&]() -> std::expected<DriveFile, BadParent> {
-        auto ready = withFolders(std::move(metadata));
-        if (!ready) {
-            return std::unexpected(std::move(ready.error()));
-        }
-        return add(std::move(*ready), std::move(content));
-    });
+std::string DriveState::openSession(DriveFile file) {
+    const auto lock = lockForChange();
+    placeInFolders(file);
+    std::string uploadId = randomIdentifier();
+    sessions_.emplace(uploadId, std::move(file));
+    return uploadId;
 }
 
-std::expected<std::string, BadParent> DriveState::openSession(FileMetadata metadata) {
-    return change([&]() -> std::expected<std::string, BadParent> {
-        auto ready = withFolders(std::move(metadata));
-        if (!ready) {
-            return std::unexpected(std::move(ready.error()));
-        }
-        std::string uploadId = randomIdentifier();
-        held_.openSessions.emplace(uploadId, std::move(*ready));
-        return uploadId;
-    });
+DriveFile DriveState::finishSession(std::string_view uploadId, Content content) {
+    const auto lock = lockForChange();
+    const auto session = sessions_.find(uploadId);
+    if (session == sessions_.end()) {
+        throw DriveError(404, "notFound", "Upload session not found");
+    }
+    DriveFile file = std::move(session->second);
+    sessions_.erase(session);
+    file.content = std::move(content);
+    return add(std::move(file));
 }
 
-std::optional<DriveFile> DriveState::finishSession(std::string_view uploadId, Content content) {
-    return change([&]() -> std::optional<DriveFile> {
-        const auto session = held_.openSessions.find(uploadId);
-        if (session == held_.openSessions.end()) {
-            return std::nullopt;
-        }
-        FileMetadata metadata = std::move(session->second);
-        held_.openSessions.erase(session);
-        return add(std::move(metadata), std::move(content));
-    });
+void DriveState::setPermission(std::string_view fileId, DrivePermission permission) {
+    const auto lock = lockForChange();
+    auto& permissions = existing(fileId).permissions;
+    std::erase_if(permissions, [&](const auto& held) { return held.id == permission.id; });
+    permissions.push_back(std::move(permission));
 }
 
-bool DriveState::setPermission(std::string_view fileId, DrivePermission permission) {
-    return change([&] {
-        DriveFile* file = findForChange(fileId);
-        if (file == nullptr) {
-            return false;
-        }
-        const auto held = std::ranges::find(file->permissions, permission.id, &DrivePermission::id);
-        if (held != file->permissions.end()) {
-            *held = std::move(permission);
-        } else {
-            file->permissions.push_back(std::move(permission));
-        }
-        return true;
-    });
-}
-
-bool DriveState::trash(std::string_view fileId) {
-    return change([&] {
-        DriveFile* file = findForChange(fileId);
-        if (file != nullptr) {
-            file->trashed = true;
-        }
-        return file != nullptr;
-    });
+void DriveState::trash(std::string_view fileId) {
+    const auto lock = lockForChange();
+    existing(fileId).trashed = true;
 }
 
 void DriveState::record(const std::function<void(Snapshot&)>& event) {
-    change([&] { event(held_); });
+    const auto lock = lockForChange();
+    event(held_);
 }
 
 Snapshot DriveState::snapshot() const {

@@ -2,13 +2,9 @@
 
 #include <chrono>
 #include <condition_variable>
-#include <cstddef>
-#include <cstdint>
-#include <expected>
 #include <functional>
 #include <map>
 #include <mutex>
-#include <optional>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -17,34 +13,28 @@
 
 namespace cirrus::emulator {
 
-/// Why a file cannot be created in a parent.
-struct BadParent {
-    std::string id;      ///< of the parent
-    bool exists = false; ///< true: it is a plain file
-};
-
 using FileFilter = std::function<bool(const DriveFile&)>;
 
-/// The files of one Drive, and a record of all requests. Safe from any thread.
+/// The files of one Drive, and a record of all requests. Safe from any thread. What is told of a
+/// file or folder that does not exist throws `DriveError`.
 class DriveState {
 public:
     DriveState();
 
     /// The file with this id; `root` stands for the root folder.
-    [[nodiscard]] std::optional<DriveFile> find(std::string_view id) const;
+    [[nodiscard]] DriveFile find(std::string_view id);
     /// The files that pass the filter, newest first.
     [[nodiscard]] std::vector<DriveFile> search(const FileFilter& filter) const;
-    [[nodiscard]] std::string rootId() const;
 
-    std::expected<DriveFile, BadParent> addFile(FileMetadata metadata, Content content);
-    /// Returns the upload id.
-    std::expected<std::string, BadParent> openSession(FileMetadata metadata);
-    /// Creates the session's file and ends the session; nullopt if there is no such session.
-    std::optional<DriveFile> finishSession(std::string_view uploadId, Content content);
-    /// Adds a permission or replaces the one with its id. False if there is no such file.
-    bool setPermission(std::string_view fileId, DrivePermission permission);
-    /// False if there is no such file.
-    bool trash(std::string_view fileId);
+    /// Adds a file, which gets its id here. Without parents it goes to the root.
+    DriveFile addFile(DriveFile file);
+    /// Returns the upload id for a file whose content is still to come.
+    std::string openSession(DriveFile file);
+    /// Creates the session's file and ends the session.
+    DriveFile finishSession(std::string_view uploadId, Content content);
+    /// Adds a permission or replaces the one with its id.
+    void setPermission(std::string_view fileId, DrivePermission permission);
+    void trash(std::string_view fileId);
 
     /// Adds what the server has seen to the record. `event` runs under the lock: it must not call
     /// back.
@@ -57,17 +47,17 @@ public:
                    const std::function<bool(const Snapshot&)>& predicate) const;
 
 private:
-    template <class Change>
-    auto change(Change apply);
-    DriveFile* findForChange(std::string_view id);
-    /// Puts the ids of existing folders in for the parents; without parents, the root.
-    std::expected<FileMetadata, BadParent> withFolders(FileMetadata metadata);
-    DriveFile& add(FileMetadata metadata, Content content);
+    [[nodiscard]] std::unique_lock<std::mutex> lockForChange();
+    DriveFile& existing(std::string_view id);
+    void placeInFolders(DriveFile& file);
+    DriveFile add(DriveFile file);
 
     mutable std::mutex mutex_;
     mutable std::condition_variable changed_;
     DriveFile root_;
     Snapshot held_;
+    /// The files that have no contents yet, by upload id.
+    std::map<std::string, DriveFile, std::less<>> sessions_;
 };
 
 } // namespace cirrus::emulator

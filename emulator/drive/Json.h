@@ -1,23 +1,20 @@
 #pragma once
 
-#include <optional>
-#include <string>
-#include <string_view>
-
 #include <nlohmann/json.hpp>
+
+#include <Cirrus/emulator/HttpMessage.h>
 
 namespace cirrus::emulator {
 
 /// One JSON value. The members of an object keep their order.
 using Json = nlohmann::ordered_json;
 
-/// The member of an object; nullopt if the key is missing or the value is JSON's null. Throws
-/// `Json::exception` if the value has another type.
-template <class Value>
-[[nodiscard]] std::optional<Value> memberOf(const Json& object, std::string_view key) {
-    const auto found = object.find(key);
-    return found != object.end() && !found->is_null() ? std::optional(found->get<Value>())
-                                                      : std::nullopt;
+/// An answer with this value as its body.
+[[nodiscard]] inline Answer jsonAnswer(unsigned status, const Json& value) {
+    return {.status = status,
+            .headers = {{"Content-Type", "application/json; charset=UTF-8"}},
+            // Ids and names that are quoted from a request need not be UTF-8.
+            .body = value.dump(2, ' ', false, Json::error_handler_t::replace)};
 }
 
 } // namespace cirrus::emulator

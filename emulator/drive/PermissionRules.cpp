@@ -2,12 +2,15 @@
 
 #include <algorithm>
 #include <array>
+#include <cstdlib>
+#include <optional>
+#include <regex>
+#include <span>
+#include <string>
 #include <string_view>
-#include <utility>
 
 #include "emulator/Crypto.h"
-#include "emulator/drive/DriveErrors.h"
-#include "emulator/drive/Timestamp.h"
+#include "emulator/drive/DriveError.h"
 
 namespace cirrus::emulator {
 
@@ -17,87 +20,78 @@ constexpr std::array<std::string_view, 6> roles{"owner",  "organizer", "fileOrga
                                                 "writer", "commenter", "reader"};
 constexpr std::array<std::string_view, 4> types{"user", "group", "domain", "anyone"};
 
-template <class Range>
-bool contains(const Range& range, std::string_view value) {
-    return std::ranges::find(range, value) != range.end();
-}
-
-bool isForPerson(const DrivePermission& permission) {
-    return permission.type == "user" || permission.type == "group";
-}
-
-Answer unknownValue(const std::string& member) {
-    return errorAnswer(400, "invalid", "The specified " + member + " is invalid or not supported.",
-                       {.type = "other", .name = "permission." + member});
-}
-
-std::optional<Answer> refusedAddress(const DrivePermission& permission) {
-    const bool given = permission.emailAddress && !permission.emailAddress->empty();
-    const bool misplaced = permission.type == "anyone" && permission.emailAddress;
-    if (misplaced || (isForPerson(permission) && !given)) {
-        return errorAnswer(400, "invalidSharingRequest",
-                           "The specified emailAddress is invalid or not applicable for the given "
-                           "permission type.");
-    }
-    return std::nullopt;
-}
-
-std::optional<Answer> refusedExpiration(DrivePermission& permission,
-                                        std::chrono::system_clock::time_point now) {
-    if (!permission.expirationTime) {
+/// Reads a date and time with an offset, as in RFC 3339, e.g. `2025-03-05T14:07:09+01:00`. The
+/// offset may lack its colon; fractions of a second are dropped. nullopt if the text has another
+/// form or names a day that does not exist.
+std::optional<std::chrono::sys_seconds> parseTimestamp(const std::string& text) {
+    // Not strptime: it takes blanks, signs and single digits, too.
+    const std::regex form(R"((\d{4})-(\d\d)-(\d\d)T([01]\d|2[0-3]):([0-5]\d):([0-5]\d)(\.\d{1,9})?)"
+                          R"((?:Z|([+-])([01]\d|2[0-3]):?([0-5]\d)))");
+    std::smatch parts;
+    if (!std::regex_match(text, parts, form)) {
         return std::nullopt;
     }
-    permission.expiresAt = parseTimestamp(*permission.expirationTime);
-    if (!permission.expiresAt) {
-        return errorAnswer(400, "invalid", "Invalid value for: expirationTime");
+    const auto number = [&](std::size_t part) { // 0 for the parts that `Z` does not have
+        return static_cast<int>(std::strtol(parts.str(part).c_str(), nullptr, 10));
+    };
+    const std::chrono::year_month_day date(std::chrono::year(number(1)),
+                                           std::chrono::month(static_cast<unsigned>(number(2))),
+                                           std::chrono::day(static_cast<unsigned>(number(3))));
+    if (!date.ok()) {
+        return std::nullopt;
     }
-    if (!isForPerson(permission)) {
-        return errorAnswer(403, "cannotSetExpiration",
-                           "Expiration dates cannot be set on this item.");
+    const auto offset = std::chrono::hours(number(9)) + std::chrono::minutes(number(10));
+    return std::chrono::sys_days(date) + std::chrono::hours(number(4)) +
+           std::chrono::minutes(number(5)) + std::chrono::seconds(number(6)) -
+           (parts[8] == "-" ? -offset : offset);
+}
+
+std::optional<std::string> textOf(const Json& body, const char* key) {
+    return body.contains(key) ? std::optional(body.at(key).get<std::string>()) : std::nullopt;
+}
+
+void expectOneOf(std::span<const std::string_view> known, const std::string& value,
+                 const std::string& member) {
+    if (std::ranges::find(known, value) == known.end()) {
+        throw DriveError(400, "invalid",
+                         "The specified " + member + " is invalid or not supported.");
     }
-    if (*permission.expiresAt <= now) {
-        return errorAnswer(403, "expirationDateInPast",
-                           "The expiration time must be in the future.");
-    }
-    return std::nullopt;
 }
 
 } // namespace
 
-std::expected<DrivePermission, Answer>
-readPermission(const Json& body, const std::optional<std::string>& emailMessage,
-               std::chrono::system_clock::time_point now) {
+DrivePermission readPermission(const Json& body, std::chrono::system_clock::time_point now) {
     DrivePermission permission;
-    permission.role = memberOf<std::string>(body, "role").value_or("");
-    permission.type = memberOf<std::string>(body, "type").value_or("");
-    permission.emailAddress = memberOf<std::string>(body, "emailAddress");
-    permission.expirationTime = memberOf<std::string>(body, "expirationTime");
-    permission.emailMessage = emailMessage;
-    if (!contains(roles, permission.role)) {
-        return std::unexpected(unknownValue("role"));
+    permission.role = body.value("role", "");
+    permission.type = body.value("type", "");
+    permission.emailAddress = textOf(body, "emailAddress");
+    permission.expirationTime = textOf(body, "expirationTime");
+    expectOneOf(roles, permission.role, "role");
+    expectOneOf(types, permission.type, "type");
+    const bool isForPerson = permission.type == "user" || permission.type == "group";
+    const bool isForAnyone = permission.type == "anyone";
+    if ((isForPerson && permission.emailAddress.value_or("").empty()) ||
+        (isForAnyone && permission.emailAddress)) {
+        throw DriveError(400, "invalidSharingRequest",
+                         "The specified emailAddress is invalid or not applicable for the given "
+                         "permission type.");
     }
-    if (!contains(types, permission.type)) {
-        return std::unexpected(unknownValue("type"));
+    if (permission.expirationTime) {
+        permission.expiresAt = parseTimestamp(*permission.expirationTime);
+        if (!permission.expiresAt) {
+            throw DriveError(400, "invalid", "Invalid value for: expirationTime");
+        }
+        if (!isForPerson) {
+            throw DriveError(403, "cannotSetExpiration",
+                             "Expiration dates cannot be set on this item.");
+        }
+        if (*permission.expiresAt <= now) {
+            throw DriveError(403, "expirationDateInPast",
+                             "The expiration time must be in the future.");
+        }
     }
-    if (auto refusal = refusedAddress(permission)) {
-        return std::unexpected(std::move(*refusal));
-    }
-    if (auto refusal = refusedExpiration(permission, now)) {
-        return std::unexpected(std::move(*refusal));
-    }
-    permission.id = permission.type == "anyone" ? "anyoneWithLink" : randomIdentifier(20);
+    permission.id = isForAnyone ? "anyoneWithLink" : randomIdentifier(20);
     return permission;
-}
-
-Json permissionResource(const DrivePermission& permission) {
-    Json members{{"kind", "drive#permission"},
-                 {"id", permission.id},
-                 {"type", permission.type},
-                 {"role", permission.role}};
-    if (permission.type == "anyone") {
-        members["allowFileDiscovery"] = false;
-    }
-    return members;
 }
 
 } // namespace cirrus::emulator

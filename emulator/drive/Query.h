@@ -2,7 +2,6 @@
 
 #include <optional>
 #include <string>
-#include <string_view>
 
 #include "emulator/drive/DriveState.h"
 
@@ -10,10 +9,8 @@ namespace cirrus::emulator {
 
 /// The files that a search expression describes; nullopt if the emulator does not understand it.
 ///
-/// It understands `name = 'TEXT'`, `mimeType = 'TEXT'`, `trashed = true` or `false`, and
-/// `'ID' in parents`, joined by `and`. In a text, a backslash escapes a quote or a backslash.
-/// The id `root` stands for `rootId`. The filter refers to neither argument.
-[[nodiscard]] std::optional<FileFilter> parseQuery(std::string_view text,
-                                                   const std::string& rootId);
+/// It understands `name = 'TEXT'` and `mimeType = 'TEXT'`, joined by `and`, all with blanks between
+/// them. In a text, a backslash escapes a quote or a backslash.
+[[nodiscard]] std::optional<FileFilter> parseQuery(const std::string& text);
 
 } // namespace cirrus::emulator

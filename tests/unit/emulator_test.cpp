@@ -30,7 +30,7 @@ protected:
     }
 
     std::string add(const std::string& name, std::string_view type = "text/plain") {
-        return state_.addFile({name, std::string(type)}, contentOf("12345"))->id;
+        return state_.addFile({.name = name, .mimeType = std::string(type)}).id;
     }
 
     DriveState state_;

@@ -2,7 +2,6 @@
 
 #include <chrono>
 #include <cstdint>
-#include <map>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -29,23 +28,16 @@ struct DrivePermission {
 
 /// A file or a folder.
 struct DriveFile {
-    std::string id;                           ///< random
-    std::string name;                         ///< several files may have the same
-    std::string mimeType;                     ///< `folderMimeType` for a folder
-    std::vector<std::string> parents;         ///< ids of folders
-    Content content;                          ///< as uploaded
-    std::vector<DrivePermission> permissions; ///< in order of creation
-    bool trashed = false;                     ///< whether it is in the trash
+    std::string id = {};                           ///< random
+    std::string name = {};                         ///< several files may have the same
+    std::string mimeType = {};                     ///< `folderMimeType` for a folder
+    std::vector<std::string> parents = {};         ///< ids of folders
+    Content content = {};                          ///< as uploaded
+    std::vector<DrivePermission> permissions = {}; ///< in order of creation
+    bool trashed = false;                          ///< whether it is in the trash
 
     /// Whether it is a folder.
     [[nodiscard]] bool isFolder() const { return mimeType == folderMimeType; }
-};
-
-/// What a client says about a file that it wants to create. Without parents it goes to the root.
-struct FileMetadata {
-    std::string name;                      ///< "Untitled" if the client gave none
-    std::string mimeType;                  ///< `folderMimeType` for a folder
-    std::vector<std::string> parents = {}; ///< ids of folders
 };
 
 /// A request with the status it was answered with.
@@ -58,10 +50,7 @@ struct RecordedRequest : Request {
 /// Everything that an emulator holds and has received at one moment. A plain value: it does not
 /// change afterwards.
 struct Snapshot {
-    std::string rootId;           ///< id of the top folder
-    std::vector<DriveFile> files; ///< without the root, in order of creation
-    /// The files of upload sessions that have no contents yet, by upload id.
-    std::map<std::string, FileMetadata, std::less<>> openSessions;
+    std::vector<DriveFile> files;          ///< without the top folder, in order of creation
     std::vector<RecordedRequest> requests; ///< in the order in which their reading ended
     std::uint64_t connectionsAccepted = 0; ///< since the start
     std::uint64_t connectionsOpen = 0;     ///< still open
