@@ -6,12 +6,12 @@
 #include <cstdlib>
 #include <memory>
 #include <span>
-#include <utility>
+#include <stdexcept>
 
-#include <openssl/bio.h>
 #include <openssl/evp.h>
 #include <openssl/pem.h>
 #include <openssl/rand.h>
+#include <openssl/ssl.h>
 #include <openssl/x509v3.h>
 
 namespace cirrus::emulator {
@@ -36,108 +36,60 @@ struct ExtensionText {
     std::string text;
 };
 
-constexpr long validSince = -60L * 60;
-constexpr long validFor = 7L * 24 * 60 * 60;
-
-bool addExtensions(X509* certificate, X509* issuer, std::span<const ExtensionText> extensions) {
-    for (const ExtensionText& wanted : extensions) {
-        X509V3_CTX context;
-        X509V3_set_ctx(&context, issuer, certificate, nullptr, nullptr, 0);
-        const Extension extension(
-            X509V3_EXT_conf_nid(nullptr, &context, wanted.kind, wanted.text.c_str()));
-        if (!extension || X509_add_ext(certificate, extension.get(), -1) != 1) {
-            return false;
-        }
+void require(bool isDone) {
+    if (!isDone) {
+        throw std::runtime_error("cannot make certificates");
     }
-    return true;
 }
 
-bool setName(X509_NAME* name, const char* commonName) {
-    const auto* text = reinterpret_cast<const unsigned char*>(commonName);
-    return X509_NAME_add_entry_by_txt(name, "CN", MBSTRING_UTF8, text, -1, -1, 0) == 1;
+void addExtensions(X509* certificate, X509* issuer, std::span<const ExtensionText> extensions) {
+    X509V3_CTX context;
+    X509V3_set_ctx(&context, issuer, certificate, nullptr, nullptr, 0);
+    for (const auto& [kind, text] : extensions) {
+        const Extension extension(X509V3_EXT_conf_nid(nullptr, &context, kind, text.c_str()));
+        require(extension && X509_add_ext(certificate, extension.get(), -1) == 1);
+    }
 }
 
-bool setSerialNumber(X509* certificate) {
+/// A certificate for this key, which its issuer signs; without an issuer it signs itself.
+Certificate makeCertificate(const char* name, EVP_PKEY* key, X509* issuer, EVP_PKEY* issuerKey,
+                            std::span<const ExtensionText> extensions) {
+    constexpr long validSince = -60L * 60;
+    constexpr long validFor = 7L * 24 * 60 * 60;
+    Certificate made(X509_new());
+    X509* const certificate = made.get();
+    X509* const signer = issuer != nullptr ? issuer : certificate;
     std::uint64_t serial = 0;
-    return RAND_bytes(reinterpret_cast<unsigned char*>(&serial), sizeof serial) == 1 &&
-           ASN1_INTEGER_set_uint64(X509_get_serialNumber(certificate), serial >> 1U) == 1;
+    require(certificate != nullptr && X509_set_version(certificate, X509_VERSION_3) == 1 &&
+            RAND_bytes(reinterpret_cast<unsigned char*>(&serial), sizeof serial) == 1 &&
+            ASN1_INTEGER_set_uint64(X509_get_serialNumber(certificate), serial >> 1U) == 1 &&
+            X509_NAME_add_entry_by_txt(X509_get_subject_name(certificate), "CN", MBSTRING_UTF8,
+                                       reinterpret_cast<const unsigned char*>(name), -1, -1,
+                                       0) == 1 &&
+            X509_set_issuer_name(certificate, X509_get_subject_name(signer)) == 1 &&
+            X509_gmtime_adj(X509_getm_notBefore(certificate), validSince) != nullptr &&
+            X509_gmtime_adj(X509_getm_notAfter(certificate), validFor) != nullptr &&
+            X509_set_pubkey(certificate, key) == 1);
+    addExtensions(certificate, signer, extensions);
+    require(X509_sign(certificate, issuerKey, EVP_sha256()) > 0);
+    return made;
 }
 
-/// A certificate that still lacks its issuer, extensions and signature.
-Certificate draftCertificate(const char* commonName, EVP_PKEY* key) {
-    Certificate certificate(X509_new());
-    if (!certificate || X509_set_version(certificate.get(), X509_VERSION_3) != 1 ||
-        !setSerialNumber(certificate.get()) ||
-        !setName(X509_get_subject_name(certificate.get()), commonName) ||
-        X509_gmtime_adj(X509_getm_notBefore(certificate.get()), validSince) == nullptr ||
-        X509_gmtime_adj(X509_getm_notAfter(certificate.get()), validFor) == nullptr ||
-        X509_set_pubkey(certificate.get(), key) != 1) {
-        return nullptr;
-    }
-    return certificate;
-}
-
-bool sign(X509* certificate, X509* issuer, EVP_PKEY* issuerKey,
-          std::span<const ExtensionText> extensions) {
-    return X509_set_issuer_name(certificate, X509_get_subject_name(issuer)) == 1 &&
-           addExtensions(certificate, issuer, extensions) &&
-           X509_sign(certificate, issuerKey, EVP_sha256()) > 0;
-}
-
-template <class Writer>
-std::string pemText(Writer write) {
+std::string pemText(X509* certificate) {
     const Memory memory(BIO_new(BIO_s_mem()));
-    if (!memory || write(memory.get()) != 1) {
-        return {};
-    }
+    require(memory && PEM_write_bio_X509(memory.get(), certificate) == 1);
     char* text = nullptr;
     const long size = BIO_get_mem_data(memory.get(), &text);
     return {text, static_cast<std::size_t>(size)};
 }
 
-std::string pemText(X509* certificate) {
-    return pemText([&](BIO* memory) { return PEM_write_bio_X509(memory, certificate); });
-}
+} // namespace
 
-std::string pemText(EVP_PKEY* key) {
-    return pemText([&](BIO* memory) {
-        return PEM_write_bio_PrivateKey(memory, key, nullptr, nullptr, 0, nullptr, nullptr);
-    });
-}
-
-std::string alternativeNames(const std::vector<std::string>& hosts) {
+std::string certify(SSL_CTX* context, const std::vector<std::string>& hosts) {
     std::string names = "IP:127.0.0.1";
     for (const std::string& host : hosts) {
         names += ",DNS:" + host;
     }
-    return names;
-}
-
-} // namespace
-
-Sha256::Sha256() : context_(EVP_MD_CTX_new(), EVP_MD_CTX_free) {
-    EVP_DigestInit_ex(context_.get(), EVP_sha256(), nullptr);
-}
-
-void Sha256::update(std::string_view bytes) {
-    EVP_DigestUpdate(context_.get(), bytes.data(), bytes.size());
-}
-
-std::string Sha256::finish() {
-    std::array<unsigned char, EVP_MAX_MD_SIZE> digest{};
-    unsigned int size = 0;
-    EVP_DigestFinal_ex(context_.get(), digest.data(), &size);
-    constexpr std::string_view digits = "0123456789abcdef";
-    std::string text;
-    for (const unsigned char byte : std::span(digest).first(size)) {
-        text += digits[byte >> 4U];
-        text += digits[byte & 15U];
-    }
-    return text;
-}
-
-std::expected<ServerIdentity, EmulatorError>
-makeServerIdentity(const std::vector<std::string>& hosts) {
     const std::array<ExtensionText, 4> authorityExtensions{{
         {NID_basic_constraints, "critical,CA:TRUE,pathlen:0"},
         {NID_key_usage, "critical,keyCertSign,cRLSign"},
@@ -150,23 +102,18 @@ makeServerIdentity(const std::vector<std::string>& hosts) {
         {NID_ext_key_usage, "serverAuth"},
         {NID_subject_key_identifier, "hash"},
         {NID_authority_key_identifier, "keyid:always"},
-        {NID_subject_alt_name, alternativeNames(hosts)},
+        {NID_subject_alt_name, names},
     }};
     const Key authorityKey(EVP_EC_gen("P-256"));
     const Key serverKey(EVP_EC_gen("P-256"));
-    if (!authorityKey || !serverKey) {
-        return std::unexpected(EmulatorError{"cannot make keys"});
-    }
-    const Certificate authority = draftCertificate("Local Drive Authority", authorityKey.get());
-    const Certificate server = draftCertificate("Local Drive", serverKey.get());
-    if (!authority || !server ||
-        !sign(authority.get(), authority.get(), authorityKey.get(), authorityExtensions) ||
-        !sign(server.get(), authority.get(), authorityKey.get(), serverExtensions)) {
-        return std::unexpected(EmulatorError{"cannot make certificates"});
-    }
-    return ServerIdentity{.authority = pemText(authority.get()),
-                          .certificate = pemText(server.get()),
-                          .privateKey = pemText(serverKey.get())};
+    require(authorityKey && serverKey);
+    const Certificate authority = makeCertificate("Local Drive Authority", authorityKey.get(),
+                                                  nullptr, authorityKey.get(), authorityExtensions);
+    const Certificate server = makeCertificate("Local Drive", serverKey.get(), authority.get(),
+                                               authorityKey.get(), serverExtensions);
+    require(SSL_CTX_use_certificate(context, server.get()) == 1 &&
+            SSL_CTX_use_PrivateKey(context, serverKey.get()) == 1);
+    return pemText(authority.get());
 }
 
 std::string codeChallenge(std::string_view verifier) {

@@ -37,49 +37,22 @@ private:
 
 } // namespace
 
-class Emulator::Running final : public ServerDelegate {
-public:
-    Running(const Options& options, std::string accessToken, std::string authority)
-        : token(std::move(accessToken)),
-          certificateAuthority(std::move(authority)),
-          contents_(options.contents),
-          rate_(options.rate),
-          authorization(token, options.tokenLifetime),
-          api_(state, [this](auto given) { return authorization.isValid(given); }) {}
-
-    void connectionAccepted() override {
-        state.record([](Snapshot& seen) {
-            ++seen.connectionsAccepted;
-            ++seen.connectionsOpen;
-        });
+struct Emulator::Running final : ServerDelegate {
+    explicit Running(Options given)
+        : options(std::move(given)),
+          token(options.accessToken.value_or(randomIdentifier())),
+          authorization(token, options.tokenLifetime) {
+        options.certificateHosts.insert(options.certificateHosts.end(),
+                                        {"www.googleapis.com", "localhost"});
+        server.emplace(options.port, options.certificateHosts, options.rate, *this);
     }
 
-    void protocolsOffered(std::string protocols) override {
-        state.record([&](Snapshot& seen) { seen.protocolsOffered = std::move(protocols); });
-    }
-
-    void connectionClosed() override {
-        state.record([](Snapshot& seen) { --seen.connectionsOpen; });
-    }
+    void record(const std::function<void(Snapshot&)>& event) override { state.record(event); }
 
     std::optional<Answer> answerToHead(const Request& head) override { return headHook(head); }
 
     ContentPolicy bodyPolicy(const Request& head) override {
-        return isContentUpload(head) ? contents_ : ContentPolicy::keep;
-    }
-
-    std::chrono::milliseconds bodyBytesRead(std::uint64_t size) override {
-        state.record([&](Snapshot& seen) { seen.bodyBytesReceived += size; });
-        return std::chrono::milliseconds(rate_ > 0 ? 1000 * size / rate_ : 0);
-    }
-
-    std::size_t requestRead(const Request& request) override {
-        std::size_t index = 0;
-        state.record([&](Snapshot& seen) {
-            index = seen.requests.size();
-            seen.requests.push_back({request, std::nullopt});
-        });
-        return index;
+        return isContentUpload(head) ? options.contents : ContentPolicy::keep;
     }
 
     Answer answer(const Request& request) override {
@@ -87,48 +60,28 @@ public:
         if (!hooked) {
             hooked = authorization.answer(request);
         }
-        return hooked ? std::move(*hooked) : api_.answer(request);
+        return hooked ? std::move(*hooked) : api.answer(request);
     }
 
-    void answering(std::size_t index, unsigned status) override {
-        state.record([&](Snapshot& seen) { seen.requests[index].status = status; });
-    }
-
+    Options options;
     const std::string token;
-    const std::string certificateAuthority;
     DriveState state;
     HookSlot hook;
     HookSlot headHook;
-
-private:
-    ContentPolicy contents_;
-    std::uint64_t rate_;
-
-public:
     AuthorizationServer authorization;
-
-private:
-    DriveApi api_;
-
-public:
-    std::unique_ptr<HttpsServer> server; // last: destroyed before what its threads use
+    DriveApi api{state, [this](auto given) { return authorization.isValid(given); }};
+    std::optional<HttpsServer> server; // last: destroyed before what its threads use
 };
 
 std::expected<std::unique_ptr<Emulator>, EmulatorError> Emulator::start(Options options) {
-    std::vector<std::string> hosts{"www.googleapis.com", "localhost"};
-    hosts.insert(hosts.end(), options.certificateHosts.begin(), options.certificateHosts.end());
-    const auto identity = makeServerIdentity(hosts);
-    if (!identity) {
-        return std::unexpected(identity.error());
+    try {
+        auto running = std::make_unique<Running>(std::move(options));
+        return std::unique_ptr<Emulator>(new Emulator(std::move(running)));
+    } catch (const boost::system::system_error& error) {
+        return std::unexpected(EmulatorError{"cannot serve: " + error.code().message()});
+    } catch (const std::runtime_error& error) {
+        return std::unexpected(EmulatorError{error.what()});
     }
-    std::string token = options.accessToken ? std::move(*options.accessToken) : randomIdentifier();
-    auto running = std::make_unique<Running>(options, std::move(token), identity->authority);
-    auto server = HttpsServer::start(options.port, options.rate > 0, *identity, *running);
-    if (!server) {
-        return std::unexpected(server.error());
-    }
-    running->server = std::move(*server);
-    return std::unique_ptr<Emulator>(new Emulator(std::move(running)));
 }
 
 Emulator::Emulator(std::unique_ptr<Running> running) : running_(std::move(running)) {}
@@ -144,7 +97,7 @@ const std::string& Emulator::accessToken() const {
 }
 
 const std::string& Emulator::certificateAuthority() const {
-    return running_->certificateAuthority;
+    return running_->server->authority();
 }
 
 std::string Emulator::clientFile() const {

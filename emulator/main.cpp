@@ -4,8 +4,8 @@
 #include <filesystem>
 #include <fstream>
 #include <iostream>
-#include <memory>
 #include <string>
+#include <utility>
 
 #include <CLI/CLI.hpp>
 
@@ -43,39 +43,13 @@ void describe(CLI::App& app, Arguments& arguments) {
     app.add_flag("--requests", arguments.requests, "List at the end what was asked");
 }
 
-/// The file for the certificate. Without a wanted path it is temporary and removed at the end.
-class AuthorityFile {
-public:
-    explicit AuthorityFile(std::filesystem::path wanted)
-        : temporary_(wanted.empty()), path_(std::move(wanted)) {
-        if (temporary_) {
-            path_ = std::filesystem::temp_directory_path() /
-                    ("drive-authority-" + emulator::randomIdentifier() + ".pem");
-        }
+bool write(const std::filesystem::path& path, const std::string& text) {
+    if (std::ofstream(path, std::ios::binary) << text << std::flush) {
+        return true;
     }
-
-    AuthorityFile(const AuthorityFile&) = delete;
-    AuthorityFile& operator=(const AuthorityFile&) = delete;
-
-    ~AuthorityFile() {
-        std::error_code ignored;
-        if (temporary_) {
-            std::filesystem::remove(path_, ignored);
-        }
-    }
-
-    [[nodiscard]] const std::filesystem::path& path() const { return path_; }
-
-    [[nodiscard]] bool write(const std::string& text) const {
-        std::ofstream file(path_, std::ios::binary | std::ios::trunc);
-        file << text << std::flush;
-        return file.good();
-    }
-
-private:
-    bool temporary_;
-    std::filesystem::path path_;
-};
+    std::cerr << "cannot write " << path.string() << '\n';
+    return false;
+}
 
 sigset_t endSignals() {
     sigset_t signals;
@@ -116,22 +90,25 @@ int run(Arguments arguments) {
         std::cerr << drive.error().diagnosticText() << '\n';
         return EXIT_FAILURE;
     }
-    const AuthorityFile authority(arguments.authorityFile);
-    if (!authority.write((*drive)->certificateAuthority())) {
-        std::cerr << "cannot write " << authority.path().string() << '\n';
-        return EXIT_FAILURE;
+    const bool isTemporary = arguments.authorityFile.empty();
+    if (isTemporary) {
+        arguments.authorityFile = std::filesystem::temp_directory_path() /
+                                  ("drive-authority-" + emulator::randomIdentifier() + ".pem");
     }
-    if (!arguments.clientFile.empty() &&
-        !(std::ofstream(arguments.clientFile) << (*drive)->clientFile() << std::flush)) {
-        std::cerr << "cannot write " << arguments.clientFile.string() << '\n';
+    if ((!arguments.clientFile.empty() && !write(arguments.clientFile, (*drive)->clientFile())) ||
+        !write(arguments.authorityFile, (*drive)->certificateAuthority())) {
         return EXIT_FAILURE;
     }
     std::cout << "address: https://127.0.0.1:" << (*drive)->port() << '\n'
               << "token: " << (*drive)->accessToken() << '\n'
-              << "ca: " << authority.path().string() << '\n'
+              << "ca: " << arguments.authorityFile.string() << '\n'
               << std::flush;
     int received = 0;
     sigwait(&signals, &received);
+    std::error_code ignored;
+    if (isTemporary) {
+        std::filesystem::remove(arguments.authorityFile, ignored);
+    }
     if (arguments.list) {
         list((*drive)->snapshot());
     }

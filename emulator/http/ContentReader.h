@@ -1,18 +1,20 @@
 #pragma once
 
 #include <cstdint>
+#include <memory>
 #include <string>
 #include <string_view>
 
-#include "emulator/Crypto.h"
 #include <Cirrus/emulator/Content.h>
+
+struct evp_md_ctx_st; // of OpenSSL
 
 namespace cirrus::emulator {
 
 /// Builds a `Content` from chunks. For one thread at a time.
 class ContentReader {
 public:
-    explicit ContentReader(ContentPolicy policy) : policy_(policy) {}
+    explicit ContentReader(ContentPolicy policy);
 
     void append(std::string_view chunk);
 
@@ -23,7 +25,7 @@ private:
     ContentPolicy policy_;
     std::uint64_t size_ = 0;
     std::string bytes_;
-    Sha256 digest_;
+    std::unique_ptr<evp_md_ctx_st, void (*)(evp_md_ctx_st*)> digest_;
 };
 
 } // namespace cirrus::emulator

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <charconv>
+#include <ranges>
 
 #include <boost/beast/core/string.hpp>
 #include <boost/beast/http/status.hpp>
@@ -47,14 +48,12 @@ void readTarget(Request& request) {
     const std::string_view target = request.target;
     const std::size_t mark = std::min(target.find('?'), target.size());
     request.path = decoded(target.substr(0, mark), false);
-    std::string_view rest = target.substr(std::min(mark + 1, target.size()));
-    while (!rest.empty()) {
-        const std::string_view item = rest.substr(0, rest.find('&'));
+    for (const auto part : target.substr(mark) | std::views::drop(1) | std::views::split('&')) {
+        const std::string_view item(part.begin(), part.end());
         const std::size_t equals = std::min(item.find('='), item.size());
         const std::string_view value = item.substr(std::min(equals + 1, item.size()));
         request.query.push_back(
             {.name = decoded(item.substr(0, equals), true), .value = decoded(value, true)});
-        rest.remove_prefix(std::min(item.size() + 1, rest.size()));
     }
 }
 
@@ -62,10 +61,9 @@ std::string wireBytes(const Answer& answer) {
     if (answer.raw) {
         return *answer.raw;
     }
-    std::string text = "HTTP/1.1 " + std::to_string(answer.status) + " ";
     const auto status = boost::beast::http::int_to_status(answer.status);
-    text += answer.reason.empty() ? std::string(boost::beast::http::obsolete_reason(status))
-                                  : answer.reason;
+    std::string text = "HTTP/1.1 " + std::to_string(answer.status) + " ";
+    text += boost::beast::http::obsolete_reason(status);
     text += "\r\n";
     for (const Header& header : answer.headers) {
         text.append(header.name).append(": ").append(header.value).append("\r\n");

@@ -11,11 +11,18 @@
 #include <vector>
 
 #include <Cirrus/emulator/Content.h>
-#include <Cirrus/emulator/EmulatorError.h>
 #include <Cirrus/emulator/HttpMessage.h>
 #include <Cirrus/emulator/Snapshot.h>
 
 namespace cirrus::emulator {
+
+/// Why the emulator could not be started.
+struct EmulatorError {
+    std::string reason; ///< for developers, in English
+
+    /// The reason.
+    [[nodiscard]] std::string diagnosticText() const { return reason; }
+};
 
 /// Settings of an emulator.
 struct Options {
@@ -87,7 +94,7 @@ public:
     bool trash(std::string_view id);
 
 private:
-    class Running;
+    struct Running;
     explicit Emulator(std::unique_ptr<Running> running);
 
     std::unique_ptr<Running> running_;

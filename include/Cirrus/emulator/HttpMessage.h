@@ -31,8 +31,6 @@ struct Request {
     std::vector<QueryItem> query = {}; ///< in order
     std::vector<Header> headers = {};  ///< in order, but fields of one name follow each other
     Content body = {};                 ///< as far as received
-    bool complete = false;             ///< whether the whole body was received
-    std::uint64_t connection = 0;      ///< number of the connection, counted from 1
 
     /// The value of the first header of this name, in any letter case; null if there is none. It
     /// lives as long as the request.
@@ -53,7 +51,6 @@ enum class Ending {
 /// One answer and how to send it.
 struct Answer {
     unsigned status = 200;            ///< HTTP status code
-    std::string reason = {};          ///< reason phrase; the usual one if empty
     std::vector<Header> headers = {}; ///< in this order
     /// Sent with `Content-Length`. nullopt sends neither, as for status 204.
     std::optional<std::string> body = std::nullopt;

@@ -53,10 +53,8 @@ struct Snapshot {
     std::vector<DriveFile> files;          ///< without the top folder, in order of creation
     std::vector<RecordedRequest> requests; ///< in the order in which their reading ended
     std::uint64_t connectionsAccepted = 0; ///< since the start
-    std::uint64_t connectionsOpen = 0;     ///< still open
     /// What the last handshake offered to speak, each with its length in a byte before it.
     std::string protocolsOffered;
-    std::uint64_t bodyBytesReceived = 0; ///< also of requests that are still being read
 
     /// The file or folder with this id; null if there is none. It lives as long as the snapshot.
     [[nodiscard]] const DriveFile* file(std::string_view id) const;

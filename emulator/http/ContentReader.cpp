@@ -1,6 +1,11 @@
 #include "emulator/http/ContentReader.h"
 
+#include <array>
+#include <iterator>
 #include <utility>
+
+#include <boost/algorithm/hex.hpp>
+#include <openssl/evp.h>
 
 namespace cirrus::emulator {
 
@@ -10,13 +15,18 @@ const std::string& Content::bytes() const {
     return kept ? *kept : none;
 }
 
+ContentReader::ContentReader(ContentPolicy policy)
+    : policy_(policy), digest_(EVP_MD_CTX_new(), EVP_MD_CTX_free) {
+    EVP_DigestInit_ex(digest_.get(), EVP_sha256(), nullptr);
+}
+
 void ContentReader::append(std::string_view chunk) {
     size_ += chunk.size();
     if (policy_ == ContentPolicy::keep) {
         bytes_ += chunk;
     }
     if (policy_ != ContentPolicy::discard) {
-        digest_.update(chunk);
+        EVP_DigestUpdate(digest_.get(), chunk.data(), chunk.size());
     }
 }
 
@@ -26,7 +36,11 @@ Content ContentReader::finish() {
         content.kept = std::make_shared<const std::string>(std::move(bytes_));
     }
     if (policy_ != ContentPolicy::discard) {
-        content.sha256 = digest_.finish();
+        std::array<unsigned char, EVP_MAX_MD_SIZE> digest{};
+        unsigned size = 0;
+        EVP_DigestFinal_ex(digest_.get(), digest.data(), &size);
+        boost::algorithm::hex_lower(digest.begin(), digest.begin() + size,
+                                    std::back_inserter(content.sha256));
     }
     return content;
 }
