@@ -1,6 +1,8 @@
 #include <Cirrus/emulator/Emulator.h>
 
+#include <memory>
 #include <mutex>
+#include <stdexcept>
 #include <utility>
 
 #include "emulator/Crypto.h"
@@ -44,7 +46,8 @@ struct Emulator::Running final : ServerDelegate {
           authorization(token, options.tokenLifetime) {
         options.certificateHosts.insert(options.certificateHosts.end(),
                                         {"www.googleapis.com", "localhost"});
-        server.emplace(options.port, options.certificateHosts, options.rate, *this);
+        server = std::make_unique<HttpsServer>(options.port, options.certificateHosts, options.rate,
+                                               *this);
     }
 
     void record(const std::function<void(Snapshot&)>& event) override { state.record(event); }
@@ -70,7 +73,7 @@ struct Emulator::Running final : ServerDelegate {
     HookSlot headHook;
     AuthorizationServer authorization;
     DriveApi api{state, [this](auto given) { return authorization.isValid(given); }};
-    std::optional<HttpsServer> server; // last: destroyed before what its threads use
+    std::unique_ptr<HttpsServer> server; // last: destroyed before what its threads use
 };
 
 std::expected<std::unique_ptr<Emulator>, EmulatorError> Emulator::start(Options options) {
