@@ -6,7 +6,6 @@
 #include <Cirrus/MainQueue.h>
 
 #include "Cirrus/Log.h"
-#include "Cirrus/platform/errors/ErrorKind.h"
 #include "Cirrus/platform/files/FileContents.h"
 #include "Cirrus/platform/files/SystemFile.h"
 
@@ -63,11 +62,9 @@ void FileUploader::uploadNextItem() {
     logDetail(name);
     if (isCancelled_) {
         logNotice(name, "Upload is cancelled");
-        reader_.reset();
         return;
     }
     if (pendingItems_.empty()) {
-        reader_.reset();
         finish();
         return;
     }
@@ -100,14 +97,11 @@ void FileUploader::upload(const Item& item, ItemCompletion completion) {
 void FileUploader::uploadContent(const std::weak_ptr<FileUploader>& uploader, const Item& item,
                                  const Url& to, ItemCompletion completion) {
     constexpr auto name = "uploadContent(of:to:completion:)";
-    std::shared_ptr<FileReader> reader;
-    if (const auto self = uploader.lock()) {
-        logDetail(name);
-        reader = self->reader_;
-    } else {
+    if (uploader.expired()) {
         return;
     }
-    auto data = reader->read(item.path);
+    logDetail(name);
+    auto data = readFile(item.path);
     if (!data) {
         logFailure(name, "Could not read contents of file ", item.path, ", error: ", data.error());
         MainQueue::post([completion = std::move(completion), cause = anyError(data.error())] {

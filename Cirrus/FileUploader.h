@@ -16,7 +16,6 @@
 #include <Cirrus/Failure.h>
 #include <Cirrus/Progress.h>
 
-#include "Cirrus/platform/files/FileContents.h"
 #include "Cirrus/webservice/Webservice.h"
 
 namespace cirrus {
@@ -99,7 +98,6 @@ private:
     const std::shared_ptr<Webservice> webservice_;
     const std::shared_ptr<Progress> progress_;
     const std::size_t fileCount_;
-    std::shared_ptr<FileReader> reader_ = std::make_shared<FileReader>();
     // Each step starts after the one before has ended, so the lists need no lock. Every file is in
     // exactly one of them.
     std::deque<Item> pendingItems_; ///< the first one is in flight

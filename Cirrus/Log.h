@@ -33,9 +33,6 @@ struct CallSite {
     int line;
 };
 
-using LogOperation = void (LogSink::*)(const LogSink::Message&, std::string_view, std::string_view,
-                                       int, const std::any&);
-
 inline std::string logText(const char* literal) {
     return literal;
 }
@@ -51,30 +48,26 @@ inline std::string logText(const ErrorKind auto& error) {
 /// Writes a line to the installed sink. The message is given in pieces: literals, errors, and
 /// paths, which stand for their last component. They are copied only if there is a sink, and joined
 /// only when the sink asks for the text.
-template <class... Pieces>
-void writeLine(LogOperation operation, const CallSite& site, const Pieces&... pieces) {
+void writeLine(auto operation, const CallSite& site, const auto&... pieces) {
     const auto sink = installedLog();
     if (!sink) {
         return;
     }
-    const LogSink::Message message = [... copies = std::decay_t<const Pieces&>(pieces)] {
+    const LogSink::Message message = [... copies = std::decay_t<decltype(pieces)>(pieces)] {
         return (std::string() + ... + logText(copies));
     };
     (sink.get()->*operation)(message, site.file, site.function, site.line, std::any());
 }
 
-template <class... Pieces>
-void logDetail(const CallSite& site, const Pieces&... pieces) {
+void logDetail(const CallSite& site, const auto&... pieces) {
     writeLine(&LogSink::detail, site, pieces...);
 }
 
-template <class... Pieces>
-void logNotice(const CallSite& site, const Pieces&... pieces) {
+void logNotice(const CallSite& site, const auto&... pieces) {
     writeLine(&LogSink::notice, site, pieces...);
 }
 
-template <class... Pieces>
-void logFailure(const CallSite& site, const Pieces&... pieces) {
+void logFailure(const CallSite& site, const auto&... pieces) {
     writeLine(&LogSink::failure, site, pieces...);
 }
 

@@ -3,7 +3,6 @@
 #include <array>
 
 #include "Cirrus/FileUploader.h"
-#include "Cirrus/platform/errors/ErrorKind.h"
 #include "Cirrus/webservice/WebserviceError.h"
 
 namespace cirrus {

@@ -30,8 +30,6 @@ struct File {
         return std::tuple(&File::identifier, &File::kind, &File::name, &File::mimeType,
                           &File::webLink, &File::downloadLink);
     }
-
-    friend bool operator==(const File&, const File&) = default;
 };
 
 } // namespace cirrus

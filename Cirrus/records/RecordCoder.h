@@ -22,12 +22,9 @@ namespace cirrus {
 [[nodiscard]] std::string readValue(const JsonValue& json, std::optional<bool>& boolean);
 [[nodiscard]] std::string readValue(const JsonValue& json, std::int64_t& number);
 [[nodiscard]] std::string readValue(const JsonValue& json, std::optional<Url>& url);
-template <class Record>
-[[nodiscard]] std::string readValue(const JsonValue& json, std::vector<Record>& records);
 
 // Each writes a member; JSON's null stands for an absent one.
-template <class Value>
-[[nodiscard]] JsonValue writeValue(const Value& value) {
+[[nodiscard]] JsonValue writeValue(const auto& value) {
     return value;
 }
 
@@ -39,9 +36,6 @@ template <class Value>
 [[nodiscard]] JsonValue writeValue(const std::optional<Value>& value) {
     return value ? writeValue(*value) : JsonValue();
 }
-
-template <class Record>
-[[nodiscard]] JsonValue writeValue(const std::vector<Record>& records);
 
 /// The member of an object; null if the key is missing or the value is JSON's null.
 [[nodiscard]] const JsonValue* findMember(const JsonValue& object, const std::string& key);

@@ -3,7 +3,6 @@
 #include <algorithm>
 #include <utility>
 
-#include "Cirrus/platform/errors/ErrorKind.h"
 #include "Cirrus/platform/formats/Json.h"
 
 namespace cirrus {
@@ -49,10 +48,7 @@ Result<Response, WebserviceError> classify(HttpOutcome outcome) {
         return Response{.data = *std::move(outcome.body),
                         .headers = textHeaders(std::move(outcome.response->headers))};
     }
-    if (!outcome.body) {
-        return std::unexpected(WebserviceError::invalidResponse());
-    }
-    return std::unexpected(serviceErrorIn(*outcome.body));
+    return std::unexpected(serviceErrorIn(outcome.body.value_or("")));
 }
 
 } // namespace cirrus

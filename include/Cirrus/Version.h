@@ -3,12 +3,9 @@
 #include <Cirrus/Export.h>
 
 // The version of the headers, for `#if`.
-// NOLINTBEGIN(modernize-macro-to-enum, cppcoreguidelines-macro-to-enum)
 #define CIRRUS_VERSION_MAJOR 1
 #define CIRRUS_VERSION_MINOR 0
 #define CIRRUS_VERSION_PATCH 0
-
-// NOLINTEND(modernize-macro-to-enum, cppcoreguidelines-macro-to-enum)
 
 namespace cirrus {
 

@@ -54,7 +54,7 @@ TEST(FileContents, FailWithTheSystemsReason) {
     const auto fifo = folder.path() / "fifo";
     const auto locked = folder.write("locked", "x");
     ASSERT_TRUE(::mkfifo(fifo.c_str(), 0600) == 0 && ::chmod(locked.c_str(), 0) == 0);
-    const auto codeOf = [](const auto& path) { return FileReader().read(path).error().code; };
+    const auto codeOf = [](const auto& path) { return readFile(path).error().code; };
     EXPECT_EQ(codeOf(folder.path() / "missing"), ENOENT);
     EXPECT_EQ(codeOf(locked / "below"), ENOTDIR);
     EXPECT_EQ(codeOf(folder.path()), EINVAL);
@@ -74,7 +74,7 @@ TEST(FileContents, FailWhenTheyDoNotFitIntoMemory) {
         GTEST_SKIP() << "The file system has no files of this size";
     }
     EXPECT_EQ(fileSize(path), size);
-    const auto contents = FileReader().read(path);
+    const auto contents = readFile(path);
     ASSERT_FALSE(contents);
     EXPECT_EQ(contents.error().code, ENOMEM);
 }

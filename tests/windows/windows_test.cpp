@@ -43,7 +43,7 @@ TEST_F(Files, AreReadWhateverTheirPath) {
         ::WriteFile(written, bytes.data(), static_cast<DWORD>(bytes.size()), &count, nullptr);
         ::CloseHandle(written);
         EXPECT_EQ(fileSize(file), bytes.size());
-        const auto contents = FileReader().read(file);
+        const auto contents = readFile(file);
         ASSERT_TRUE(contents) << contents.error().diagnosticText();
         EXPECT_EQ(**contents, bytes);
         EXPECT_EQ(lastPathComponent(file), "ж 1.bin");
@@ -55,9 +55,9 @@ TEST_F(Files, AreReadWhateverTheirPath) {
 }
 
 TEST_F(Files, FailWithTheSystemsReason) {
-    EXPECT_EQ(FileReader().read(path / "missing").error().code, ENOENT);
-    EXPECT_EQ(FileReader().read(path).error().code, EACCES);
-    EXPECT_EQ(FileReader().read("NUL").error().code, EINVAL);
+    EXPECT_EQ(readFile(path / "missing").error().code, ENOENT);
+    EXPECT_EQ(readFile(path).error().code, EACCES);
+    EXPECT_EQ(readFile("NUL").error().code, EINVAL);
     EXPECT_EQ(fileSize(path / "missing"), std::nullopt);
 }
 

@@ -20,40 +20,34 @@ std::unexpected<FileReadError> systemError(int code) {
 }
 
 /// Reads `size` bytes, or to the end if that is 0; fewer at the file's end or on an error.
-void readInto(std::string& bytes, std::size_t size, std::FILE* file) {
+std::string bytesOf(std::FILE* file, std::size_t size) {
     constexpr std::size_t block = std::size_t{64} * 1024;
     const auto step = size != 0 ? size : block;
-    bytes.clear();
+    std::string bytes;
     do {
         const auto filled = bytes.size();
         bytes.resize_and_overwrite(filled + step, [&](char* to, std::size_t) {
             return filled + std::fread(to + filled, 1, step, file);
         });
     } while (size == 0 && std::feof(file) == 0 && std::ferror(file) == 0);
+    return bytes;
 }
 
 } // namespace
 
-Result<SharedBytes, FileReadError> FileReader::read(const std::filesystem::path& path) {
+Result<SharedBytes, FileReadError> readFile(const std::filesystem::path& path) {
     const auto file = openRegularFile(path);
     if (!file) {
         return systemError(errno);
     }
-    const auto size = fileSize(path).value_or(0);
-    const bool isReusable =
-        memory_.use_count() == 1 && memory_->capacity() >= size && memory_->capacity() / 2 <= size;
     try {
-        if (!isReusable) {
-            memory_.reset(); // before there is more
-            memory_ = std::make_shared<std::string>();
-        }
-        readInto(*memory_, static_cast<std::size_t>(size), file.get());
+        const auto size = static_cast<std::size_t>(fileSize(path).value_or(0));
+        auto bytes = std::make_shared<const std::string>(bytesOf(file.get(), size));
+        return std::ferror(file.get()) == 0 ? Result<SharedBytes, FileReadError>(std::move(bytes))
+                                            : systemError(errno);
     } catch (const std::exception&) {
-        memory_.reset();
         return systemError(ENOMEM); // too little memory, or too long for a text
     }
-    return std::ferror(file.get()) == 0 ? Result<SharedBytes, FileReadError>(memory_)
-                                        : systemError(errno);
 }
 
 std::string lastPathComponent(const std::filesystem::path& path) {

@@ -1,7 +1,6 @@
 #pragma once
 
 #include <filesystem>
-#include <memory>
 #include <string>
 
 #include <Cirrus/Error.h>
@@ -18,20 +17,11 @@ struct FileReadError {
     [[nodiscard]] std::string diagnosticText() const { return text; }
 };
 
-/// Reads whole files into memory, one after another. Uses the memory of an earlier file again once
-/// nobody holds it: the heap tends to break up a large block between two files, and then a batch
-/// needs the memory of two.
-class FileReader {
-public:
-    /// Blocks. Fails if it is not a regular file (a FIFO is refused without waiting for its
-    /// writer), cannot be opened or read, or does not fit into memory. If the file shrinks while it
-    /// is read, the result is what was read until its end; what is appended later is left out. A
-    /// file that reports no size, as those under /proc do, is read until its end.
-    [[nodiscard]] Result<SharedBytes, FileReadError> read(const std::filesystem::path& path);
-
-private:
-    std::shared_ptr<std::string> memory_;
-};
+/// Reads a whole file into memory. Blocks. Fails if it is not a regular file (a FIFO is refused
+/// without waiting for its writer), cannot be opened or read, or does not fit into memory. If the
+/// file shrinks while it is read, the result is what was read until its end; what is appended later
+/// is left out. A file that reports no size, as those under /proc do, is read until its end.
+[[nodiscard]] Result<SharedBytes, FileReadError> readFile(const std::filesystem::path& path);
 
 /// The last component of a path, with U+FFFD for what is not UTF-8 in it; trailing slashes do not
 /// count. The root is its own name.

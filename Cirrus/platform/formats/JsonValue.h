@@ -4,8 +4,7 @@
 
 namespace cirrus {
 
-/// One JSON value with everything below it. Headers that only name the type include this one; the
-/// type itself is in Json.h.
+/// One JSON value with everything below it, for headers that only name it; see Json.h.
 using JsonValue = nlohmann::json;
 
 } // namespace cirrus

@@ -36,17 +36,15 @@ CurlEngine::~CurlEngine() {
     closeAll();
 }
 
-bool CurlEngine::submit(std::shared_ptr<HttpTransfer> transfer) {
+void CurlEngine::submit(std::shared_ptr<HttpTransfer> transfer) {
     const std::scoped_lock lock(mutex_);
     if (isStopping_) {
-        return true;
+        return;
+    }
+    if (curl_multi_wakeup(multi_) != CURLM_OK) {
+        throw std::system_error(std::make_error_code(std::errc::resource_unavailable_try_again));
     }
     submitted_.push_back(std::move(transfer));
-    if (curl_multi_wakeup(multi_) == CURLM_OK) {
-        return true;
-    }
-    submitted_.pop_back();
-    return false;
 }
 
 void CurlEngine::stop() {

@@ -27,9 +27,9 @@ public:
     CurlEngine& operator=(const CurlEngine&) = delete;
     ~CurlEngine();
 
-    /// Starts a transfer. Safe from any thread; dropped without a word after `stop`. False, and
-    /// nothing is started, if `run` cannot be woken up.
-    [[nodiscard]] bool submit(std::shared_ptr<HttpTransfer> transfer);
+    /// Starts a transfer. Safe from any thread; dropped without a word after `stop`. Throws
+    /// `std::system_error`, and starts nothing, if `run` cannot be woken up.
+    void submit(std::shared_ptr<HttpTransfer> transfer);
 
     /// Drives all transfers on this thread until `stop`. Those still in flight then are dropped.
     void run();

@@ -69,10 +69,7 @@ private:
                               curl_off_t sent) noexcept;
     static int beginRequest(void* self, char*, char*, int, int localPort) noexcept;
 
-    template <class Value>
-    void set(CURLoption option, Value value) {
-        curl_easy_setopt(easy_, option, value);
-    }
+    void set(CURLoption option, auto value) { curl_easy_setopt(easy_, option, value); }
 
     template <class Value>
     [[nodiscard]] Value get(CURLINFO info) const {

@@ -23,28 +23,22 @@ HttpSession& HttpSession::shared() {
 
 void HttpSession::start(HttpTransfer transfer) {
     auto shared = std::make_shared<HttpTransfer>(std::move(transfer));
-    const auto fail = [&shared](std::string text) {
-        shared->outcome.error = TransportError{.text = std::move(text)};
-        MainQueue::post([shared] { shared->completion(std::move(shared->outcome)); });
-    };
+    ++unfinished_;
     std::unique_lock lock(mutex_);
-    try {
-        startThreads();
-    } catch (const std::system_error& error) {
-        lock.unlock();
-        fail("The system has no thread or descriptor: " + error.code().message());
-        return;
-    }
     shared->request.server = server_;
     if (server_ && server_->idleLimit) {
         shared->request.idleLimit = *server_->idleLimit;
     }
-    ++unfinished_;
-    if (!engine_->submit(shared)) {
+    try {
+        startThreads();
+        engine_->submit(shared);
+    } catch (const std::system_error& error) {
+        lock.unlock();
+        shared->outcome.error = TransportError{.text = "The system has no thread or descriptor: " +
+                                                       error.code().message()};
+        MainQueue::post([shared] { shared->completion(std::move(shared->outcome)); });
         --unfinished_;
         unfinished_.notify_all();
-        lock.unlock();
-        fail("The network thread cannot be woken up");
     }
 }
 
@@ -52,12 +46,6 @@ void HttpSession::waitUntilIdle() const {
     for (auto count = unfinished_.load(); count != 0; count = unfinished_.load()) {
         unfinished_.wait(count);
     }
-}
-
-void HttpSession::connectTo(std::optional<TestServer> server) {
-    auto shared = server ? std::make_shared<const TestServer>(*std::move(server)) : nullptr;
-    const std::scoped_lock lock(mutex_);
-    server_.swap(shared);
 }
 
 /// With the lock held. Throws `std::system_error` if the system refuses a thread or a descriptor;
@@ -105,7 +93,9 @@ void HttpSession::complete(HttpTransfer& transfer) {
 }
 
 void connectToTestServer(std::optional<TestServer> server) {
-    HttpSession::shared().connectTo(std::move(server));
+    auto shared = server ? std::make_shared<const TestServer>(*std::move(server)) : nullptr;
+    const std::scoped_lock lock(HttpSession::shared().mutex_);
+    HttpSession::shared().server_.swap(shared);
 }
 
 } // namespace cirrus

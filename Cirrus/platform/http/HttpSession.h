@@ -37,10 +37,9 @@ public:
     /// thread.
     void waitUntilIdle() const;
 
-    /// See `connectToTestServer`.
-    void connectTo(std::optional<TestServer> server);
-
 private:
+    friend void connectToTestServer(std::optional<TestServer> server);
+
     HttpSession();
     ~HttpSession();
     void startThreads();
