@@ -28,11 +28,15 @@ std::string FileUploader::Error::diagnosticText() const {
 }
 
 FailedFile FileUploader::Error::failedFile(std::filesystem::path path) const {
-    const bool isUnreadable = kind != Case::underlying;
-    return {.path = std::move(path),
-            .reason = isUnreadable ? FailureReason::unreadableFile : reasonOf(*cause),
-            .serviceCode = isUnreadable ? std::nullopt : serviceCodeOf(*cause),
-            .diagnosticText = caseText(nameOf(kind), cause)};
+    FailedFile file{.path = std::move(path),
+                    .reason = FailureReason::unreadableFile,
+                    .serviceCode = std::nullopt,
+                    .diagnosticText = caseText(nameOf(kind), cause)};
+    if (kind == Case::underlying && cause) {
+        file.reason = reasonOf(*cause);
+        file.serviceCode = serviceCodeOf(*cause);
+    }
+    return file;
 }
 
 FileUploader::FileUploader(const std::vector<std::filesystem::path>& files,

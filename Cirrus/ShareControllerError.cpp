@@ -22,15 +22,13 @@ std::optional<std::int64_t> ShareController::Error::serviceCode() const {
 }
 
 std::optional<std::string> ShareController::Error::errorDescription() const {
-    switch (kind_) {
-    case Case::underlying:
+    if (underlying_) {
         return underlying_->held().errorDescription("Something went wrong, please try again.");
-    case Case::missingFile:
-        return "One or more files could not be located by Stashly. Make sure the files are not "
-               "moved or deleted and try again.";
-    default:
-        return "The files were uploaded, but the shareable link could not be found.";
     }
+    return kind_ == Case::missingFile
+               ? "One or more files could not be located by Stashly. Make sure the files are not "
+                 "moved or deleted and try again."
+               : "The files were uploaded, but the shareable link could not be found.";
 }
 
 std::string ShareController::Error::diagnosticText() const {

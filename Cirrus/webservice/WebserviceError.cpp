@@ -58,25 +58,21 @@ std::string WebserviceError::diagnosticText() const {
 }
 
 std::optional<std::string> WebserviceError::errorDescription() const {
-    switch (kind_) {
-    case Case::serviceError:
+    if (kind_ == Case::serviceError && carried_) {
         return carried_->errorDescription();
-    case Case::underlyingError:
-        return carried_->held().errorDescription("Something went wrong. Please try again.");
-    default:
-        return "Could not read the response from Google. Please try again.";
     }
+    if (kind_ == Case::underlyingError && carried_) {
+        return carried_->held().errorDescription("Something went wrong. Please try again.");
+    }
+    return "Could not read the response from Google. Please try again.";
 }
 
 FailureReason WebserviceError::reason() const {
-    switch (kind_) {
-    case Case::serviceError:
-        return reasonFor(*serviceCode());
-    case Case::underlyingError:
-        return reasonFor(*carried_);
-    default:
-        return FailureReason::answerNotUnderstood;
+    if (const auto code = serviceCode()) {
+        return reasonFor(*code);
     }
+    return kind_ == Case::underlyingError && carried_ ? reasonFor(*carried_)
+                                                      : FailureReason::answerNotUnderstood;
 }
 
 std::optional<std::int64_t> WebserviceError::serviceCode() const {
