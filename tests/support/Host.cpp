@@ -9,21 +9,6 @@
 
 namespace cirrus::tests {
 
-namespace {
-
-std::string withoutIdentifiers(const emulator::Request& request) {
-    constexpr std::string_view files = "/drive/v3/files/";
-    std::string path = request.path;
-    if (path.starts_with(files)) {
-        const auto end = path.find('/', files.size());
-        path = std::string(files) + "ID" + (end == std::string::npos ? "" : path.substr(end));
-    }
-    const bool isContent = request.queryItem("upload_id") != nullptr;
-    return request.method + " " + path + (isContent ? " content" : "");
-}
-
-} // namespace
-
 std::shared_ptr<LogSink> RecordingLog::sinkFor(const std::shared_ptr<RecordingLog>& log) {
     return makeLogSink([log](LogLevel level, const LogPlace& place, const std::string& text) {
         log->add(level, place, text);
@@ -99,12 +84,10 @@ std::shared_ptr<Heard> Host::uploadAndWait(ShareController& controller) {
     return heard;
 }
 
-std::vector<std::string> Host::requests() {
-    std::vector<std::string> texts;
-    for (const auto& request : drive().snapshot().requests) {
-        texts.push_back(withoutIdentifiers(request));
-    }
-    return texts;
+std::vector<Step> Host::requests() {
+    std::vector<Step> steps;
+    std::ranges::transform(drive().snapshot().requests, std::back_inserter(steps), stepOf);
+    return steps;
 }
 
 std::vector<std::string> Host::uploadedFiles() {
@@ -122,13 +105,10 @@ std::vector<std::string> Host::uploadedFiles() {
 void Host::passCallbackThread() {
     // What is refused needs no network, and completions run one after another.
     Awaited<bool> completed;
-    HttpSession::shared().start({.request = {.url = Url::parse("relative").value(),
-                                             .method = "GET",
-                                             .headers = {},
-                                             .body = {}},
-                                 .progress = {},
-                                 .completion = [&completed](const auto&) { completed.give(true); },
-                                 .outcome = {}});
+    HttpSession::shared().start({{Url::parse("relative").value(), "GET", {}, {}},
+                                 {},
+                                 [&completed](const auto&) { completed.give(true); },
+                                 {}});
     EXPECT_TRUE(completed.take());
 }
 

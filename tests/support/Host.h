@@ -9,6 +9,7 @@
 #include <thread>
 #include <vector>
 
+#include "tests/support/Step.h"
 #include "tests/support/TemporaryFolder.h"
 #include "tests/support/Waiting.h"
 #include <Cirrus/Cirrus.h>
@@ -70,8 +71,8 @@ public:
     /// Starts it, and runs the main queue until its outcome is there.
     static std::shared_ptr<Heard> uploadAndWait(ShareController& controller);
 
-    /// Method and path of every request, folder and upload ids left out.
-    [[nodiscard]] std::vector<std::string> requests();
+    /// All that the Drive was asked.
+    [[nodiscard]] std::vector<Step> requests();
 
     /// The files that the destination folder holds, as "name=contents", in order.
     [[nodiscard]] std::vector<std::string> uploadedFiles();
