@@ -42,15 +42,14 @@ int main() {
         } while (++job % 100 != 0);
     }
     const auto after = usage();
-    constexpr std::ptrdiff_t tolerance = 128 * 1024; // what starting Drives leaves, and more
     // Connections to Drives that are gone, which libcurl finds out late, with what TLS keeps for
     // each.
     constexpr std::ptrdiff_t mostKept = 10;
     const auto kept = std::max<std::ptrdiff_t>(after[1] - before[1], 0);
+    constexpr std::ptrdiff_t tolerance = 128 * 1024; // what starting Drives leaves, and more
     std::cout << after[0] - before[0] << " threads, " << after[1] - before[1] << " descriptors, "
               << after[2] - before[2] << " bytes more\n";
-    return after[0] <= before[0] && kept <= mostKept &&
-                   after[2] <= before[2] + tolerance * (1 + 2 * kept)
-               ? 0
-               : 1;
+    const bool isSound = after[0] <= before[0] && kept <= mostKept &&
+                         after[2] <= before[2] + tolerance * (1 + 2 * kept);
+    return isSound ? 0 : 1;
 }
