@@ -47,8 +47,9 @@ std::string Heard::failureText() const {
     return results.front().error().errorDescription().value_or("(absent)");
 }
 
-Host::Host()
-    : drive_(emulator::LocalDrive::start().value()), log_(std::make_shared<RecordingLog>()) {
+Host::Host(std::optional<std::chrono::milliseconds> idleLimit)
+    : drive_(emulator::LocalDrive::start({.idleLimit = idleLimit}).value()),
+      log_(std::make_shared<RecordingLog>()) {
     Configuration::setLog(RecordingLog::sinkFor(log_));
 }
 

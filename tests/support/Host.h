@@ -50,7 +50,7 @@ struct Heard {
 /// A host in front of a local Drive. Its thread is the main queue's.
 class Host {
 public:
-    Host();
+    explicit Host(std::optional<std::chrono::milliseconds> idleLimit = std::nullopt);
 
     [[nodiscard]] emulator::Emulator& drive() { return **drive_; }
 
