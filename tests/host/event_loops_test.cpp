@@ -3,10 +3,7 @@
 #include <gtest/gtest.h>
 #include <poll.h>
 
-#include <array>
-#include <memory>
 #include <set>
-#include <thread>
 #include <utility>
 
 #include "Cirrus/platform/http/HttpSession.h"
@@ -18,39 +15,28 @@ namespace cirrus::tests {
 
 namespace {
 
-class EventLoop {
-public:
-    virtual ~EventLoop() = default;
-    virtual void turn() = 0;
-};
-
-class QtLoop final : public EventLoop {
-public:
+struct QtLoop {
     QtLoop() { useQtEventLoop(); }
 
-    void turn() override { QCoreApplication::processEvents(QEventLoop::WaitForMoreEvents); }
+    static void turn() { QCoreApplication::processEvents(QEventLoop::WaitForMoreEvents); }
 
-private:
-    int count_ = 1;
-    std::array<char, 5> name_{"host"};
-    std::array<char*, 2> arguments_{name_.data(), nullptr};
-    QCoreApplication application_{count_, arguments_.data()};
+    std::string name = "host";
+    char* arguments = name.data();
+    int count = 1;
+    QCoreApplication application{count, &arguments};
 };
 
-class GLibLoop final : public EventLoop {
-public:
-    GLibLoop() { useGLibMainContext(context_.get()); }
+struct GLibLoop {
+    GLibLoop() { useGLibMainContext(context.get()); }
 
-    void turn() override { g_main_context_iteration(context_.get(), TRUE); }
+    void turn() const { g_main_context_iteration(context.get(), TRUE); }
 
-private:
-    std::unique_ptr<GMainContext, decltype(&g_main_context_unref)> context_{g_main_context_new(),
-                                                                            g_main_context_unref};
+    std::unique_ptr<GMainContext, decltype(&g_main_context_unref)> context{g_main_context_new(),
+                                                                           g_main_context_unref};
 };
 
-class PollLoop final : public EventLoop {
-public:
-    void turn() override {
+struct PollLoop {
+    static void turn() {
         pollfd waited{.fd = MainQueue::descriptor(), .events = POLLIN, .revents = 0};
         ::poll(&waited, 1, -1);
         MainQueue::drain();
@@ -58,7 +44,12 @@ public:
 };
 
 template <class Loop>
-class EventLoopTest : public ::testing::Test {};
+class EventLoopTest : public ::testing::Test {
+protected:
+    ~EventLoopTest() override { MainQueue::setDispatcher({}); }
+
+    std::unique_ptr<Loop> loop_ = std::make_unique<Loop>();
+};
 
 using Loops = ::testing::Types<QtLoop, GLibLoop, PollLoop>;
 TYPED_TEST_SUITE(EventLoopTest, Loops);
@@ -68,33 +59,28 @@ TYPED_TEST_SUITE(EventLoopTest, Loops);
 TYPED_TEST(EventLoopTest, CallsBackOnItsThreadWhileItRuns) {
     Host host;
     const auto file = host.folder().write("file", "bytes");
-    auto loop = std::make_unique<TypeParam>();
     auto controller = host.makeController({file, file});
     const auto heard = Host::upload(*controller);
     ASSERT_TRUE(host.log().await("ShareController detail requestContentUrl(fileIdentifier:): "
                                  "Obtain URL, finishing upload..."));
     Host::passCallbackThread();
     EXPECT_TRUE(heard->fractions.empty() && heard->results.empty());
-
     while (heard->results.empty()) {
-        loop->turn();
+        this->loop_->turn();
     }
-    EXPECT_TRUE(heard->results.front().has_value());
-    EXPECT_TRUE(heard->wasOnMainThread);
+    EXPECT_TRUE(heard->results.front().has_value() && heard->wasOnMainThread);
     EXPECT_EQ(heard->fractions.back(), 1);
 
     // A job that outlives the loop finds nobody to call, and nothing else happens.
-    loop.reset();
+    this->loop_.reset();
     const auto late = host.makeController({file});
     const auto unheard = Host::upload(*late);
     Host::passCallbackThread();
     HttpSession::shared().waitUntilIdle();
-    MainQueue::setDispatcher({});
     EXPECT_TRUE(unheard->results.empty());
 }
 
 TYPED_TEST(EventLoopTest, DestroysTasksOnItsThread) {
-    auto loop = std::make_unique<TypeParam>();
     std::set<std::thread::id> threads;
     int left = 1000;
     std::jthread poster([&] {
@@ -107,11 +93,9 @@ TYPED_TEST(EventLoopTest, DestroysTasksOnItsThread) {
         }
     });
     while (left > 0) {
-        loop->turn();
+        this->loop_->turn();
     }
     EXPECT_EQ(threads, std::set{std::this_thread::get_id()});
-    loop.reset();
-    MainQueue::setDispatcher({});
 }
 
 } // namespace cirrus::tests
