@@ -4,10 +4,13 @@
 #include <gtest/gtest.h>
 #include <pthread.h>
 #include <sys/resource.h>
+#include <sys/wait.h>
+#include <unistd.h>
 
 #include <cstdlib>
 #include <latch>
 
+#include "Cirrus/platform/threads/ProcessExit.h"
 #include "tests/support/Host.h"
 
 namespace cirrus::tests {
@@ -91,6 +94,22 @@ TEST_F(ProcessTest, CallsNobodyOnceItExits) {
         std::exit(kept);
     };
     EXPECT_EXIT(exitInTheMiddle(), testing::ExitedWithCode(kept), "");
+}
+
+TEST_F(ProcessTest, LeavesAForkedChildAlone) {
+    const auto exitInBoth = [] {
+        // The handler would wait for threads, or for locks that they held, which do not exist in
+        // the child. This one says where it runs.
+        static const auto parent = ::getpid();
+        atProcessExit([] { std::_Exit(::getpid() == parent ? kept : 1); });
+        if (::fork() == 0) {
+            std::exit(2);
+        }
+        int status = 0;
+        ::wait(&status);
+        WEXITSTATUS(status) == 2 ? std::exit(3) : std::_Exit(4);
+    };
+    EXPECT_EXIT(exitInBoth(), testing::ExitedWithCode(kept), "");
 }
 
 } // namespace
