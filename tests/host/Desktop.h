@@ -91,8 +91,12 @@ protected:
         (*found)->click();
     }
 
+    static bool waitFor(const std::function<bool()>& isSo) {
+        return QTest::qWaitFor(isSo, 1000 * patience.count());
+    }
+
     bool await(const std::string& end) {
-        return QTest::qWaitFor([&] { return words.ends_with(end + " "); }, 1000 * patience.count());
+        return waitFor([&] { return words.ends_with(end + " "); });
     }
 
     std::shared_ptr<Gate> gate;

@@ -44,7 +44,7 @@ protected:
             QSslCertificate::fromData(QByteArray::fromStdString((*drive)->certificateAuthority())));
         QSslConfiguration::setDefaultConfiguration(trusting);
         find<QCheckBox>("usesToken")->click();
-        EXPECT_TRUE(account.setClient(QByteArray::fromStdString((*drive)->clientFile())));
+        start(account);
         drop({file("one")});
     }
 
@@ -54,9 +54,21 @@ protected:
         }
     }
 
-    bool awaitAccount(const QString& text) {
-        return QTest::qWaitFor([&] { return find<QLabel>("account")->text() == text; },
-                               1000 * patience.count());
+    void start(Account& started) {
+        EXPECT_TRUE(started.setClient(QByteArray::fromStdString((*drive)->clientFile())));
+    }
+
+    /// Presses a button and waits for what is then said of the account.
+    void click(const char* button, const QString& text) {
+        find(button)->click();
+        EXPECT_TRUE(waitFor([&] { return find<QLabel>("account")->text() == text; }));
+    }
+
+    static QString tokenOf(Account& asked, std::chrono::seconds duration) {
+        std::optional<QString> token;
+        asked.requestToken(duration, [&token](const QString& given) { token = given; });
+        EXPECT_TRUE(waitFor([&token] { return token.has_value(); }));
+        return token.value_or("");
     }
 
     /// How often the endpoint for tokens was asked.
@@ -71,8 +83,7 @@ protected:
 TEST_F(SignIn, IsAskedOfTheUserOnceOnly) {
     EXPECT_EQ(find<QLabel>("hint")->text(), "Sign in to Google.");
     EXPECT_FALSE(find("share")->isEnabled());
-    find("signIn")->click();
-    ASSERT_TRUE(awaitAccount("Signed in"));
+    click("signIn", "Signed in");
     for (int share = 0; share < 2; ++share) {
         find("share")->click();
         ASSERT_TRUE(await("Shared"));
@@ -80,57 +91,38 @@ TEST_F(SignIn, IsAskedOfTheUserOnceOnly) {
     }
     EXPECT_EQ(tokensAsked(), 1);
 
-    // The next time the program runs.
+    // The next time the program runs, Google is in trouble at first.
     Account later(store);
-    EXPECT_TRUE(later.setClient(QByteArray::fromStdString((*drive)->clientFile())));
-    QString token;
-    later.requestToken(std::chrono::minutes(1), [&](const QString& given) { token = given; });
-    ASSERT_TRUE(QTest::qWaitFor([&] { return !token.isEmpty(); }, 1000 * patience.count()));
+    start(later);
+    (*drive)->setHook([](const auto& request) {
+        return request.path == "/token" ? std::optional(emulator::Answer{.status = 503, .body = ""})
+                                        : std::nullopt;
+    });
+    EXPECT_EQ(tokenOf(later, std::chrono::minutes(1)), "");
+    EXPECT_NE(later.problem(), "");
+    (*drive)->setHook({});
+    EXPECT_NE(tokenOf(later, std::chrono::minutes(1)), "");
+    EXPECT_EQ(later.problem(), "");
     // What would not outlive a job is replaced before it.
-    later.requestToken(std::chrono::hours(2), [&](const QString& given) { token = given; });
-    ASSERT_TRUE(QTest::qWaitFor([&] { return tokensAsked() == 3; }, 1000 * patience.count()));
+    tokenOf(later, std::chrono::hours(2));
+    EXPECT_EQ(tokensAsked(), 4);
+    EXPECT_EQ(later.state(), Account::State::signedIn);
     EXPECT_EQ(browser.visits, 1);
 }
 
 TEST_F(SignIn, CanBeRefusedAndTriedAgain) {
     (*drive)->refuseSignIn(true);
-    find("signIn")->click();
-    ASSERT_TRUE(awaitAccount("You did not allow access to Google Drive."));
+    click("signIn", "You did not allow access to Google Drive.");
     (*drive)->refuseSignIn(false);
-    find("signIn")->click();
-    ASSERT_TRUE(awaitAccount("Signed in"));
-    find("signIn")->click();
-    ASSERT_TRUE(awaitAccount("Not signed in"));
+    click("signIn", "Signed in");
+    click("signIn", "Not signed in");
     EXPECT_EQ(store.secret, "");
-}
-
-TEST_F(SignIn, OutlivesARefreshThatFails) {
-    find("signIn")->click();
-    ASSERT_TRUE(awaitAccount("Signed in"));
-    // The next time the program runs, Google is in trouble at first.
-    Account later(store);
-    EXPECT_TRUE(later.setClient(QByteArray::fromStdString((*drive)->clientFile())));
-    for (const bool isInTrouble : {true, false}) {
-        (*drive)->setHook([isInTrouble](const auto& request) {
-            return isInTrouble && request.path == "/token"
-                       ? std::optional(emulator::Answer{.status = 503, .body = ""})
-                       : std::nullopt;
-        });
-        std::optional<QString> token;
-        later.requestToken(std::chrono::minutes(1), [&](const QString& given) { token = given; });
-        ASSERT_TRUE(QTest::qWaitFor([&] { return token.has_value(); }, 1000 * patience.count()));
-        EXPECT_EQ(token->isEmpty(), isInTrouble);
-        EXPECT_EQ(later.problem().isEmpty(), !isInTrouble);
-        EXPECT_EQ(later.state(), Account::State::signedIn);
-    }
 }
 
 TEST_F(SignIn, EndsWhenItIsRevoked) {
     store.secret = "of a consent that was revoked";
-    EXPECT_TRUE(account.setClient(QByteArray::fromStdString((*drive)->clientFile())));
-    ASSERT_TRUE(awaitAccount("Signed in"));
-    find("share")->click();
-    ASSERT_TRUE(awaitAccount("Google no longer accepts this sign-in. Sign in again."));
+    start(account);
+    click("share", "Google no longer accepts this sign-in. Sign in again.");
     EXPECT_EQ(store.secret, "");
     EXPECT_EQ(words, "");
     EXPECT_FALSE(find("cancel")->isEnabled());
