@@ -1,12 +1,14 @@
-// The library in a process that is short of something, or that ends. Each test needs a
-// process of its own, so it runs in a child that starts anew.
+// The library in a process that is short of something, that lasts or that ends. What needs a
+// process of its own runs in a child that starts anew.
 
 #include <gtest/gtest.h>
+#include <malloc.h>
 #include <pthread.h>
 #include <sys/resource.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <array>
 #include <cstdlib>
 #include <latch>
 
@@ -59,6 +61,38 @@ TEST_F(ProcessTest, GoesOnAfterAJobThatFoundNoDescriptor) {
     };
     EXPECT_EXIT(shareWhile([] { setLimit(3); }, [] { setLimit(1000); }),
                 testing::ExitedWithCode(kept), "");
+}
+
+/// Threads, open descriptors and allocated bytes of the process.
+std::array<std::ptrdiff_t, 3> usage() {
+    const auto entries = [](const char* path) {
+        return std::distance(std::filesystem::directory_iterator(path), {});
+    };
+    return {entries("/proc/self/task"), entries("/proc/self/fd"),
+            static_cast<std::ptrdiff_t>(::mallinfo2().uordblks)};
+}
+
+TEST(Endurance, AThousandJobsLeaveNoMoreThanTheFirstFewHundred) {
+    std::array<std::ptrdiff_t, 3> before{};
+    for (int job = 0; job < 1000;) {
+        before = job == 300 ? usage() : before;
+        Host host;
+        Configuration::setLog(makeLogSink([](auto&&...) {}));
+        const auto file = host.folder().write("file", "12");
+        do {
+            ShareController controller({{file}, "Root", "Job"},
+                                       job % 3 == 0 ? "" : host.drive().accessToken());
+            const auto heard = Host::uploadAndWait(controller);
+            ASSERT_EQ(heard->failureText() == "(no failure)", job % 3 != 0);
+        } while (++job % 100 != 0);
+    }
+    const auto after = usage();
+    EXPECT_LE(after[0], before[0]) << "threads";
+    // Connections to Drives that are gone, which libcurl finds out late.
+    const auto stale = std::max<std::ptrdiff_t>(after[1] - before[1], 0);
+    EXPECT_LE(stale, 10) << "descriptors";
+    // What starting Drives leaves, and what TLS keeps for each of those connections.
+    EXPECT_LE(after[2] - before[2], 128 * 1024 * (1 + 2 * stale)) << "bytes";
 }
 
 std::latch isStuck(1);

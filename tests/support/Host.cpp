@@ -36,10 +36,6 @@ std::vector<std::string> RecordingLog::lines() const {
     return lines_;
 }
 
-bool RecordingLog::contains(std::string_view line) const {
-    return std::ranges::count(lines(), line) > 0;
-}
-
 std::string Heard::failureText() const {
     if (results.size() != 1 || results.front()) {
         return "(no failure)";

@@ -24,7 +24,6 @@ public:
     static std::shared_ptr<LogSink> sinkFor(const std::shared_ptr<RecordingLog>& log);
 
     [[nodiscard]] std::vector<std::string> lines() const;
-    [[nodiscard]] bool contains(std::string_view line) const;
     /// Waits for a line; false when it does not come.
     [[nodiscard]] bool await(std::string_view line);
 
