@@ -28,8 +28,6 @@ public:
     [[nodiscard]] bool await(std::string_view line);
 
 private:
-    void add(LogLevel level, const LogPlace& place, const std::string& text);
-
     mutable std::mutex mutex_;
     std::condition_variable changed_;
     std::vector<std::string> lines_;
