@@ -1,4 +1,4 @@
-// The library in a process that is short of something, that lasts or that ends. What needs a
+// The library in a process that is short of something, that lasts or that forks. What needs a
 // process of its own runs in a child that starts anew.
 
 #include <gtest/gtest.h>
@@ -10,7 +10,6 @@
 
 #include <array>
 #include <cstdlib>
-#include <latch>
 
 #include "Cirrus/platform/threads/ProcessExit.h"
 #include "tests/support/Host.h"
@@ -93,41 +92,6 @@ TEST(Endurance, AThousandJobsLeaveNoMoreThanTheFirstFewHundred) {
     EXPECT_LE(stale, 10) << "descriptors";
     // What starting Drives leaves, and what TLS keeps for each of those connections.
     EXPECT_LE(after[2] - before[2], 128 * 1024 * (1 + 2 * stale)) << "bytes";
-}
-
-std::latch isStuck(1);
-std::latch mayGoOn(1);
-std::latch hasEnded(1); ///< the thread of the step
-
-/// Holds up a step that then writes a line and posts a task.
-void holdUp(LogLevel level, const LogPlace& place) {
-    if (level == LogLevel::failure) {
-        std::_Exit(1);
-    }
-    if (place.function == "uploadContent(of:to:completion:)") {
-        thread_local const std::shared_ptr<void> end(nullptr, [](auto) { hasEnded.count_down(); });
-        isStuck.count_down();
-        mayGoOn.wait();
-    }
-}
-
-TEST_F(ProcessTest, CallsNobodyOnceItExits) {
-    const auto exitInTheMiddle = [] {
-        auto& host = *new Host;
-        auto& controller = *host.makeController({"/missing"}).release();
-        // Runs after the library's own handler, which waits for the step, but not for ever.
-        static_cast<void>(std::atexit([] {
-            mayGoOn.count_down();
-            hasEnded.wait();
-        }));
-        Configuration::setLog(makeLogSink(
-            [](LogLevel level, const LogPlace& place, const auto&) { holdUp(level, place); }));
-        MainQueue::setDispatcher([](const auto&) { std::_Exit(2); });
-        Host::upload(controller);
-        isStuck.wait();
-        std::exit(kept);
-    };
-    EXPECT_EXIT(exitInTheMiddle(), testing::ExitedWithCode(kept), "");
 }
 
 TEST_F(ProcessTest, LeavesAForkedChildAlone) {

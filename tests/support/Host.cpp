@@ -12,9 +12,7 @@ namespace cirrus::tests {
 std::shared_ptr<LogSink> RecordingLog::sinkFor(const std::shared_ptr<RecordingLog>& log) {
     return makeLogSink([log](LogLevel level, const LogPlace& place, const std::string& text) {
         constexpr std::array names{" detail ", " notice ", " failure "};
-        EXPECT_GT(place.line, 0);
         const std::filesystem::path unit(place.file);
-        EXPECT_EQ(unit.extension(), ".cpp");
         const std::scoped_lock lock(log->mutex_);
         log->lines_.push_back(unit.stem().string() + names.at(static_cast<std::size_t>(level)) +
                               std::string(place.function) + ": " + text);

@@ -4,6 +4,7 @@
 #include <sys/socket.h>
 
 #include <atomic>
+#include <latch>
 
 #include "Cirrus/platform/http/HttpSession.h"
 #include "Cirrus/webservice/GoogleWebservice.h"
@@ -16,24 +17,39 @@ using emulator::Answer;
 using emulator::Ending;
 using std::chrono::milliseconds;
 
-constexpr auto refusal = R"({"error":{"code":403,"message":"No."}})";
+Answer refusal(unsigned code) {
+    const auto number = std::to_string(code);
+    return {.status = code, .body = R"({"error":{"message":"No.","code":)" + number + "}}"};
+}
 
 TEST(FaultTable, EndsTheJobOnceAndLeavesNothingBehind) {
+    using enum FailureReason;
     constexpr auto unreadable = "Could not read the response from Google. Please try again.";
     constexpr auto broken = "Something went wrong. Please try again.";
     constexpr auto late =
         "Google did not answer in time. Check your internet connection and try again.";
-    // With the text for the user, when no single file is concerned.
-    const std::vector<std::pair<Answer, std::string>> faults{
-        {emulator::hangUp(Ending::reset), broken},
-        {emulator::hangUp(Ending::close), broken},
-        {{.delay = emulator::endlessDelay}, late},
-        {{.status = 500, .body = "<html>Error</html>"}, unreadable},
-        {{.status = 403, .body = refusal}, "No."},
-        {{.status = 204}, unreadable},
-        {{.body = "{\"id\":\xff"}, unreadable},
-        {{.body = std::string(999, ' '), .cutAfter = 300, .ending = Ending::close}, broken},
-        {{.status = 307, .headers = {{"Location", "/x"}}, .body = ""}, unreadable},
+    // With the reason, the service's code, and the text for the user.
+    using Code = std::optional<std::int64_t>;
+    const std::vector<std::tuple<Answer, FailureReason, Code, std::string>> faults{
+        {emulator::hangUp(Ending::reset), connectionLost, {}, broken},
+        {emulator::hangUp(Ending::close), connectionLost, {}, broken},
+        {{.body = std::string(999, ' '), .cutAfter = 300, .ending = Ending::close},
+         connectionLost,
+         {},
+         broken},
+        {{.delay = emulator::endlessDelay}, timedOut, {}, late},
+        {refusal(401), signedOut, 401, "No."},
+        {refusal(403), refused, 403, "No."},
+        {refusal(404), notFound, 404, "No."},
+        {refusal(429), tooManyRequests, 429, "No."},
+        {refusal(503), serviceTrouble, 503, "No."},
+        {{.status = 500, .body = "<html>Error</html>"}, answerNotUnderstood, {}, unreadable},
+        {{.status = 204}, answerNotUnderstood, {}, unreadable},
+        {{.body = "{\"id\":\xff"}, answerNotUnderstood, {}, unreadable},
+        {{.status = 307, .headers = {{"Location", "/x"}}, .body = ""},
+         answerNotUnderstood,
+         {},
+         unreadable},
     };
     using Names = std::vector<std::string>;
     const Names both{"one=first", "two=second"};
@@ -48,7 +64,7 @@ TEST(FaultTable, EndsTheJobOnceAndLeavesNothingBehind) {
         {Step::link, 9, both, 1},
     };
     for (const auto& [step, requests, files, permissions] : places) {
-        for (const auto& [answer, text] : faults) {
+        for (const auto& [answer, reason, code, text] : faults) {
             SCOPED_TRACE(std::to_string(requests) + " requests, " + emulator::wireBytes(answer));
             Host host(text == late ? std::optional(milliseconds(300)) : std::nullopt);
             host.drive().setHook(answeringOnce(step, answer));
@@ -57,9 +73,17 @@ TEST(FaultTable, EndsTheJobOnceAndLeavesNothingBehind) {
             const auto heard = Host::uploadAndWait(*controller);
             Host::settle();
 
+            // What concerns one file is told of that file.
             const bool isOfOneFile = step == Step::session || step == Step::content;
             EXPECT_EQ(heard->failureText(),
                       isOfOneFile ? "Something went wrong, please try again." : text);
+            const auto& error = heard->results.at(0).error();
+            EXPECT_EQ(error.reason(), isOfOneFile ? filesFailed : reason);
+            EXPECT_EQ(error.serviceCode(), isOfOneFile ? std::nullopt : code);
+            const auto failed = controller->failedFiles();
+            ASSERT_EQ(failed.size(), isOfOneFile ? 1U : 0U);
+            EXPECT_TRUE(!isOfOneFile ||
+                        (failed[0].reason == reason && failed[0].serviceCode == code));
             EXPECT_TRUE(heard->wasOnMainThread);
             EXPECT_EQ(host.requests().size(), requests);
             EXPECT_EQ(host.uploadedFiles(), files);
@@ -103,19 +127,23 @@ std::string repeated(std::string_view text, std::size_t size) {
     return result;
 }
 
-/// A request with this body, if any; the name of the record that comes back, or what went wrong.
-std::string exchange(const std::string& path, std::optional<std::size_t> size) {
+/// A request with this body, if any, or several at a time; the name of the record that comes back
+/// last, or what went wrong.
+std::string exchange(const std::string& path, std::optional<std::size_t> size,
+                     std::size_t times = 1) {
     const auto service = std::make_shared<GoogleWebservice>("token");
     std::vector<std::string> outcomes;
     const auto note = [&](const Result<File, WebserviceError>& result) {
         outcomes.push_back(result ? result->name : result.error().diagnosticText());
     };
     const auto url = Url::parse("https://www.googleapis.com/drive/v3/files/" + path).value();
-    size ? service->upload(SharedBytes(std::string(size.value_or(0), 'x')), url, {}, note)
-         : service->requestFile(path, note);
+    for (std::size_t time = 0; time < times; ++time) {
+        size ? service->upload(SharedBytes(std::string(size.value_or(0), 'x')), url, {}, note)
+             : service->requestFile(path, note);
+    }
     HttpSession::shared().waitUntilIdle();
-    EXPECT_EQ(outcomes.size(), 1U);
-    return outcomes.at(0);
+    EXPECT_EQ(outcomes.size(), times);
+    return outcomes.back();
 }
 
 TEST(HostileAnswer, IsClassifiedAndDoesNotReachTheNextRequest) {
@@ -125,6 +153,8 @@ TEST(HostileAnswer, IsClassifiedAndDoesNotReachTheNextRequest) {
     const std::string hint = "HTTP/1.1 103 Early Hints\r\n" + field + "\r\n";
     const auto endless = isPlainPosix ? raw(chunked + "1;x", Ending::close)
                                       : raw(chunked + "1;" + std::string(20'000'000, 'x'));
+    Answer early = refusal(403);
+    early.bodyReadFirst = 1;
     const std::vector<std::tuple<std::string, Answer, std::string>> rows{
         {"too long", {.body = std::string((8U << 20U) + 1, ' ')}, lost},
         {"endless trailers", raw(chunked + "0\r\n" + repeated(field, 400'000)), "than 300 KiB"},
@@ -150,7 +180,7 @@ TEST(HostileAnswer, IsClassifiedAndDoesNotReachTheNextRequest) {
         {"away", raw("HTTP/1.1 308 P\r\nLocation: https://localhost/next\r\n" + whole), odd},
         {"999", raw("HTTP/1.1 999 x\r\n" + whole), odd},
         {"099", raw("HTTP/1.1 099 x\r\n" + whole), lost},
-        {"early", {.status = 403, .body = refusal, .bodyReadFirst = 1}, "serviceError(403: No.)"},
+        {"early", early, "serviceError(403: No.)"},
         {"early reset", {.cutAfter = 0, .ending = Ending::reset, .bodyReadFirst = 1}, lost},
     };
     const auto drive = emulator::LocalDrive::start().value();
@@ -192,7 +222,8 @@ TEST(BrokenConnection, CarriesNoRequestTwice) {
     const Answer good{.body = file};
     const Answer cut{.cutAfter = 0, .ending = Ending::reset, .bodyReadFirst = 40'000};
     const Answer last{.cutAfter = 0, .ending = Ending::close, .bodyReadFirst = 200'000};
-    // The answers to the first of two requests and, if the connection ends under it, to the second.
+    // The answers to the first two requests, which leave a connection each, and to the next one, if
+    // its connection ends under it.
     const std::vector<std::pair<Answer, std::optional<Answer>>> rows{
         {good, emulator::hangUp(Ending::reset)},
         {good, emulator::hangUp(Ending::close)},
@@ -208,18 +239,24 @@ TEST(BrokenConnection, CarriesNoRequestTwice) {
             std::atomic<std::size_t> requests = 0;
             const auto drive = emulator::LocalDrive::start().value();
             (*drive)->setHeadHook(
-                [&](const auto&) { return ++requests > 1 ? second : std::nullopt; });
+                [&](const auto&) { return ++requests > 2 ? second : std::nullopt; });
+            std::latch both(2);
             (*drive)->setHook([&](const emulator::Request& request) {
-                return request.path.ends_with("next") ? Answer{.body = record("next")} : first;
+                if (request.path.ends_with("next")) {
+                    return Answer{.body = record("next")};
+                }
+                both.arrive_and_wait();
+                return first;
             });
-            EXPECT_EQ(exchange("first", size), "file");
+            EXPECT_EQ(exchange("first", size, 2), "file");
             if (second) {
-                EXPECT_TRUE(exchange("next", size).starts_with(lost));
+                const auto outcome = exchange("next", size);
+                EXPECT_TRUE(outcome.starts_with(lost) && !outcome.contains("rewind")) << outcome;
             } else {
                 awaitInput((*drive)->port());
                 EXPECT_EQ(exchange("next", size), "next");
             }
-            EXPECT_EQ(requests, 2U);
+            EXPECT_EQ(requests, 3U);
         }
     }
 }

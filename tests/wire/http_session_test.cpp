@@ -73,9 +73,10 @@ TEST_F(HttpSessionTest, RefusesUnsafeRequestsBeforeTheyReachTheNetwork) {
         unsafe.push_back(request(drive, {{"Authorization", value}}));
     }
     for (const auto& refused : unsafe) {
-        const auto outcome = perform(refused);
-        ASSERT_TRUE(outcome.error.has_value());
-        EXPECT_EQ(outcome.error->diagnosticText().find("secret"), std::string::npos);
+        const auto text = perform(refused).error.value().diagnosticText();
+        EXPECT_TRUE(text.ends_with("The URL is not an absolute HTTPS URL)") ||
+                    text.ends_with("A header field holds a control character)"))
+            << text;
     }
     EXPECT_EQ(emulator_.snapshot().connectionsAccepted, 0U);
 }
