@@ -3,7 +3,6 @@
 /// before.
 #include <unistd.h>
 
-#include <algorithm>
 #include <csignal>
 #include <fstream>
 #include <iostream>
@@ -25,17 +24,6 @@ static void awaitScript(const char* state) {
     fs::create_directory(state);
     int received = 0;
     sigwait(&go, &received);
-}
-
-/// With the threads, and the descriptors other than connections, of which the library keeps some.
-static void report(const std::string& result) {
-    const auto descriptors =
-        std::ranges::count_if(fs::directory_iterator("/proc/self/fd"), [](const auto& entry) {
-            return !fs::read_symlink(entry).string().starts_with("socket:");
-        });
-    std::cout << result << '\n'
-              << std::distance(fs::directory_iterator("/proc/self/task"), {}) << ' ' << descriptors
-              << ' ' << completions << std::endl;
 }
 
 /// Ends the process if the job does not end by itself.
@@ -66,7 +54,8 @@ int main(int, char** arguments) {
     static_cast<void>(MainQueue::descriptor());
     const auto first = share(files, "First");
     awaitScript("first");
-    report(first);
-    report(share(files, "Second"));
+    std::cout << first << std::endl;
+    std::cout << share(files, "Second") << '\n' << completions << std::endl;
+    awaitScript("second");
     return MainQueue::descriptor() < 0 ? 1 : 0;
 }

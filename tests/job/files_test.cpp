@@ -7,7 +7,6 @@
 #include <unistd.h>
 
 #include <csignal>
-#include <sstream>
 
 #include "tests/support/Host.h"
 
@@ -80,9 +79,9 @@ TEST(Files, ThatReportAnotherSizeAreReadToTheirEnd) {
     // The first reports no size, the second a page for a few bytes.
     const std::vector<fs::path> files{"/proc/version", "/sys/devices/system/cpu/possible"};
     for (const auto& file : files) {
-        std::ostringstream contents;
-        contents << std::ifstream(file).rdbuf();
-        expected.push_back(file.filename().string() + "=" + contents.str());
+        std::ifstream contents(file);
+        expected.push_back(file.filename().string() + "=" +
+                           std::string(std::istreambuf_iterator(contents), {}));
     }
     EXPECT_TRUE(Host::uploadAndWait(*host.makeController(files))->results.at(0));
     EXPECT_EQ(host.uploadedFiles(), expected);
