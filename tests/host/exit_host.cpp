@@ -96,9 +96,11 @@ int main(int count, char** arguments) {
     const std::string_view way = arguments[2];
     const Files files(arguments + 3, arguments + count);
     std::signal(SIGPIPE, SIG_DFL);
+    // Goes before the exit handlers of OpenSSL run, which come with its start.
+    static const auto drive =
+        state == "world" ? nullptr : emulator::Emulator::start({.accessToken = "token"}).value();
     // Exit handlers run in reverse: first the one that lets a step go on, last this one. The
     // library's own, made with its first request, is between them.
-    static std::unique_ptr<emulator::Emulator> drive;
     std::atexit([] {
         isOver = true;
         if (state == "stuck") { // for longer than the library waits
@@ -108,8 +110,7 @@ int main(int count, char** arguments) {
             require(Clock::now() - leftAt < std::chrono::milliseconds(1500));
         }
     });
-    if (state != "world") {
-        drive = emulator::Emulator::start({.accessToken = "token"}).value();
+    if (drive) {
         drive->setHeadHook(answerInstead);
         connectToTestServer(TestServer{drive->port(), drive->certificateAuthority(), {}});
     }
