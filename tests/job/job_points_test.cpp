@@ -34,11 +34,21 @@ struct SteppedJob {
 
     ~SteppedJob() { MainQueue::setDispatcher({}); }
 
-    /// What both callbacks hold.
-    std::weak_ptr<int> upload(int& count) const {
+    /// What both callbacks hold: how often the completion was called. All goes on
+    /// inside it, as it does while a message box is open.
+    std::weak_ptr<int> upload(int& count) {
         auto held = std::make_shared<int>();
-        job->upload([&count, held](const auto&) { ++count; },
-                    [&count, held](const auto&) { ++count; });
+        job->upload(
+            [&count, held](const auto&) {
+                EXPECT_EQ(*held, 0) << "no progress in the completion, or after it";
+                ++count;
+            },
+            [this, &count, held](const auto&) {
+                EXPECT_EQ(++*held, 1);
+                ++count;
+                while (advance()) {
+                }
+            });
         return held;
     }
 
@@ -68,7 +78,7 @@ struct SteppedJob {
     std::weak_ptr<int> captured;
 };
 
-enum Act { cancels, cancelsAndDestroys, destroys, uploadsAgain, doesNothing };
+enum Act { cancels, cancelsAndDestroys, cancelsAndUploads, destroys, uploadsAgain, doesNothing };
 
 /// Lets the host act after this many events; false if nothing happens any more by then.
 bool actAt(int point, Act act, std::optional<Step> failing) {
@@ -81,9 +91,10 @@ bool actAt(int point, Act act, std::optional<Step> failing) {
     const int requests = stepped.requestCount;
     const auto queued = static_cast<int>(stepped.tasks.size());
     int callbacksOfOther = 0;
-    if (act == cancels || act == cancelsAndDestroys) {
+    if (act == cancels || act == cancelsAndDestroys || act == cancelsAndUploads) {
         stepped.job->cancel();
-    } else if (act == uploadsAgain) {
+    }
+    if (act == uploadsAgain || act == cancelsAndUploads) {
         stepped.upload(callbacksOfOther);
     }
     const bool mayHold = act == destroys || act == doesNothing;
@@ -102,14 +113,16 @@ bool actAt(int point, Act act, std::optional<Step> failing) {
     }
     EXPECT_TRUE(act != cancelsAndDestroys || stepped.requestCount == requests)
         << "no further request";
-    EXPECT_EQ(callbacksOfOther > 0, act == uploadsAgain) << "the new callbacks get their calls";
+    EXPECT_EQ(callbacksOfOther > 0, act == uploadsAgain)
+        << "new callbacks get their calls, but not of a job that was cancelled";
     EXPECT_TRUE(stepped.captured.expired());
     return isOnItsWay;
 }
 
 TEST(JobPoints, EachPromiseHoldsAtEveryPointWhateverFails) {
     using enum Step;
-    for (const auto act : {cancels, cancelsAndDestroys, destroys, uploadsAgain, doesNothing}) {
+    for (const auto act :
+         {cancels, cancelsAndDestroys, cancelsAndUploads, destroys, uploadsAgain, doesNothing}) {
         for (const auto failing : std::vector<std::optional<Step>>{
                  {}, search, createRoot, createDestination, session, content, permission, link}) {
             bool isOnItsWay = true;

@@ -2,6 +2,8 @@
 
 #include <utility>
 
+#include "Cirrus/FileUploader.h"
+#include "Cirrus/webservice/GoogleWebservice.h"
 #include "tests/support/Host.h"
 
 namespace cirrus::tests {
@@ -70,11 +72,25 @@ TEST(ShareCancel, EndsWithTheObjectThatHoldsTheJob) {
         ASSERT_TRUE(gate.awaitArrival());
         replace(job, host);
         EXPECT_EQ(heard.use_count(), 1);
+        const auto lines = host.log().lines();
         gate.open();
         Host::settle();
         EXPECT_TRUE(heard->results.empty() && heard->fractions.empty());
+        EXPECT_EQ(host.log().lines(), lines);
         EXPECT_EQ(host.requests().size(), 1U);
     }
+}
+
+TEST(ShareCancel, OfAnUploadBeforeItsStartSendsNothing) {
+    Host host;
+    const auto uploader = std::make_shared<FileUploader>(
+        std::vector{host.folder().write("one", "first")},
+        std::make_shared<GoogleWebservice>(host.drive().accessToken()), "root");
+    uploader->cancel();
+    uploader->upload([](const auto&) { ADD_FAILURE(); });
+    EXPECT_EQ(host.log().lines().back(),
+              "FileUploader notice uploadNextItem(): Upload is cancelled");
+    EXPECT_TRUE(host.requests().empty());
 }
 
 template <class Controller>
