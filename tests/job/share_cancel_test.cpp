@@ -81,6 +81,20 @@ TEST(ShareCancel, EndsWithTheObjectThatHoldsTheJob) {
     }
 }
 
+TEST(ShareCancel, LeavesNothingQueuedOfAScopedJob) {
+    for (const bool isAssigned : {false, true}) {
+        Host host;
+        std::optional job(ScopedShareController(std::move(*host.makeController({}))));
+        const auto heard = Host::upload(*job->operator->());
+        ASSERT_TRUE(host.log().await("ShareController detail requestContentUrl(fileIdentifier:): "
+                                     "Obtain URL, finishing upload..."));
+        Host::passCallbackThread();
+        isAssigned ? void(*job = ScopedShareController()) : job.reset();
+        Host::settle();
+        EXPECT_TRUE(heard->results.empty());
+    }
+}
+
 TEST(ShareCancel, OfAnUploadBeforeItsStartSendsNothing) {
     Host host;
     const auto uploader = std::make_shared<FileUploader>(
