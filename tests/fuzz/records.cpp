@@ -11,11 +11,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* bytes, std::size_t siz
     if (const auto json = parseJson(text)) {
         require(parseJson(writeJson(*json).value()).value() == *json);
         tryRecords<File, FileList, Permission>(*json);
-        if (const auto error = ServiceError::decode(*json)) {
-            const JsonValue inner{{"code", error->code}, {"message", error->message}};
-            const auto again = ServiceError::decode({{"error", inner}}).value();
-            require(again.code == error->code && again.message == error->message);
-        }
+        static_cast<void>(ServiceError::decode(*json));
     }
     return 0;
 }

@@ -1,7 +1,5 @@
 /// A host that brings a job into a state and then leaves its process in some way, with status 7.
 /// Usage: exit_host STATE WAY [FILE...]. See exit_test.sh for what there is.
-#include <poll.h>
-
 #include <atomic>
 #include <csignal>
 #include <semaphore>
@@ -15,13 +13,15 @@ using Clock = std::chrono::steady_clock;
 using Files = std::vector<std::filesystem::path>;
 
 static std::string state;
-static ShareController* job = nullptr;
-static ShareController* volatile other = nullptr; // keeps it reachable
+static ShareController* volatile first = nullptr; // keeps both reachable
+static ShareController* volatile other = nullptr;
 static std::atomic<bool> exitsFromLog = false;
 static std::atomic<bool> isOver = false;
 static Clock::time_point leftAt;
-static std::counting_semaphore isReached(0);
+static std::binary_semaphore isReached(0);
 static std::binary_semaphore mayGoOn(0);
+static std::binary_semaphore hasEnded(0); ///< the thread of the step
+static std::atomic<bool> isInStep = false;
 
 static void require(bool holds) {
     holds ? void() : std::abort();
@@ -32,55 +32,48 @@ static void require(bool holds) {
     std::exit(7);
 }
 
-static void hear(LogLevel level, const LogPlace& place, const std::string&) {
-    static int items = 0;
+/// Holds up the step that reads a file, if that is the state.
+static void hear(LogLevel, const LogPlace& place, const std::string&) {
     require(!isOver);
-    if (level != LogLevel::detail) {
-        return;
-    }
     if (exitsFromLog && place.function == "createRootDirectory()") {
         leave();
-    } else if (state == "step" && place.function == "uploadNextItem()" && ++items == 2) {
+    } else if (isInStep && place.function == "uploadContent(of:to:completion:)") {
+        thread_local const std::shared_ptr<void> end(nullptr, [](auto) { hasEnded.release(); });
+        isInStep = false;
         isReached.release();
         mayGoOn.acquire();
     }
 }
 
-/// Never answers the request that the state is about, nor the upload of the file "trigger".
+/// Never answers the request that the state is about.
 static std::optional<emulator::Answer> answerInstead(const emulator::Request& request) {
     const auto* query = request.queryItem("q");
     const auto* length = request.header("Content-Length");
     const bool isLarge = length != nullptr && length->size() > 6;
-    if ((state.starts_with("answer") && query != nullptr && query->ends_with("'A'")) || isLarge) {
-        isReached.release();
-    } else if (length == nullptr || *length != "8") {
+    if (!isLarge && !(state.starts_with("answer") && query && query->ends_with("'A'"))) {
         return std::nullopt;
     }
-    return state == "reset" && isLarge ? hangUp(emulator::Ending::reset)
-                                       : emulator::Answer{.delay = emulator::endlessDelay};
+    isReached.release();
+    return emulator::Answer{.delay = emulator::endlessDelay};
 }
 
 static ShareController* start(const char* name, const Files& files,
                               const std::function<void(bool)>& act) {
-    ShareController::Context context(files, name, "Destination");
-    auto* const controller = new ShareController(std::move(context), "token");
-    controller->upload([=](const auto&) { require(!isOver), name[0] == 'B' ? act(true) : void(); },
-                       [=](const auto& result) { require(!isOver), act(result.has_value()); });
-    return controller;
+    auto* const job = new ShareController({files, name, "Destination"}, "token");
+    job->upload([](const auto&) { require(!isOver); },
+                [=](const auto& result) { require(!isOver), act(result.has_value()); });
+    return job;
 }
 
 static void reachState(const Files& files) {
     if (state == "idle") {
         return;
     }
-    job = start("A", files, [](bool isShared) {
-        require(isShared == (state == "done"));
+    first = start("A", files, [](bool isShared) {
+        require(isShared && state == "done");
         MainQueue::stop();
     });
-    if (state == "queued") {
-        MainQueue::setWakeUp([] { isReached.release(); });
-        isReached.acquire();
-    } else if (state == "done" || state == "reset") {
+    if (state == "done") {
         MainQueue::run();
     } else if (state == "world") {
         // Until a name is looked up or a connection made, neither of which a child may inherit.
@@ -90,9 +83,11 @@ static void reachState(const Files& files) {
     } else if (state != "started") {
         isReached.acquire();
     }
-    std::atexit([] { mayGoOn.release(); });
+    if (state == "step") {
+        std::atexit([] { mayGoOn.release(); });
+    }
     if (state == "answer cancelled") {
-        job->cancel();
+        first->cancel();
     }
 }
 
@@ -101,21 +96,31 @@ int main(int count, char** arguments) {
     const std::string_view way = arguments[2];
     const Files files(arguments + 3, arguments + count);
     std::signal(SIGPIPE, SIG_DFL);
+    // Goes before the exit handlers of OpenSSL run, which come with its start.
     static const auto drive =
         state == "world" ? nullptr : emulator::Emulator::start({.accessToken = "token"}).value();
     // Exit handlers run in reverse: first the one that lets a step go on, last this one. The
     // library's own, made with its first request, is between them.
     std::atexit([] {
         isOver = true;
-        require(Clock::now() - leftAt < std::chrono::milliseconds(1500));
+        if (state == "stuck") { // for longer than the library waits
+            mayGoOn.release();
+            hasEnded.acquire();
+        } else {
+            require(Clock::now() - leftAt < std::chrono::milliseconds(1500));
+        }
     });
     if (drive) {
         drive->setHeadHook(answerInstead);
         connectToTestServer(TestServer{drive->port(), drive->certificateAuthority(), {}});
     }
     Configuration::setLog(makeLogSink(hear));
-    if (way == "completion" || way == "progress") {
-        other = start("B", way == "progress" ? Files{"trigger"} : Files{}, [&](bool) {
+    isInStep = state == "step" || state == "stuck";
+    if (state == "stuck") {
+        MainQueue::setWakeUp([] { std::abort(); });
+    }
+    if (way == "completion") {
+        other = start("B", {}, [&](bool) {
             reachState(files);
             leave();
         });
@@ -129,7 +134,7 @@ int main(int count, char** arguments) {
     } else if (way == "exit") {
         leave();
     } else if (way == "return") {
-        delete job;
+        delete first;
     }
     leftAt = Clock::now();
     return 7;

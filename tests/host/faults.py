@@ -3,6 +3,7 @@
 import argparse
 import collections
 import concurrent.futures
+import os
 import pathlib
 import random
 import re
@@ -70,6 +71,9 @@ class Outcome:
         tracer.terminate()
         tracer.wait()
         self.host.send_signal(signal.SIGUSR1)
+        self.wait((folder / "second").exists)
+        self.usage = self.count_usage() if self.host.poll() is None else {}
+        self.host.send_signal(signal.SIGUSR1)
         self.output = self.host.communicate()[0].splitlines()
         emulator.terminate()
         listed = [line.split("\t") for line in emulator.communicate()[0].splitlines()]
@@ -88,6 +92,13 @@ class Outcome:
         status = pathlib.Path(f"/proc/{self.host.pid}/status").read_text()
         return "TracerPid:\t0" not in status
 
+    def count_usage(self):
+        """Threads, and descriptors other than connections, of which the library may keep some."""
+        process = pathlib.Path(f"/proc/{self.host.pid}")
+        descriptors = [os.readlink(path) for path in (process / "fd").iterdir()]
+        return {"threads": len(list((process / "task").iterdir())),
+                "descriptors": sum(not held.startswith("socket:") for held in descriptors)}
+
     def wait(self, condition):
         while not condition() and self.host.poll() is None:
             time.sleep(0.002)
@@ -101,18 +112,19 @@ class Outcome:
     def broken_promise(self, plain):
         """What should not have happened, compared with a run in which no call failed."""
         status = self.host.returncode
-        done = ("first", "next")[len(self.output) >= 2]
+        done = ("first", "next")[len(self.output) >= 1]
         if status == -signal.SIGALRM:
             return f"the {done} job does not end"
-        if status != 0 or len(self.output) != 4:
+        if status != 0 or len(self.output) != 3:
             return f"the process ends with status {status} in the {done} job: {self.output}"
-        first, _, second, usage_after = self.output
+        first, second, completions = self.output
         if second != "shared":
             return f"the next job {second}"
-        for what, now, before in zip(("threads", "descriptors", "completions"),
-                                     usage_after.split(), plain.output[3].split()):
-            if int(now) > int(before):
-                return f"{now} {what} instead of {before}"
+        if completions != plain.output[2]:
+            return f"{completions} completions instead of {plain.output[2]}"
+        for what, count in self.usage.items():
+            if count > plain.usage[what]:
+                return f"{count} {what} instead of {plain.usage[what]}"
         for what, count in {**self.uploads, **self.requests}.items():
             if count > plain.uploads[what] + plain.requests[what] and count > 1:
                 return f"sent {count} times: {what}"

@@ -2,8 +2,6 @@
 
 #include <gtest/gtest.h>
 
-#include <algorithm>
-
 #include <Cirrus/MainQueue.h>
 
 #include "Cirrus/ShareJob.h"
@@ -16,22 +14,17 @@ namespace {
 
 /// A job of two files that moves by one event at a time: a task of the main queue, or else the
 /// answer to the newest request.
-class SteppedJob {
-public:
+struct SteppedJob {
     /// The request of this kind fails, if any.
-    explicit SteppedJob(std::optional<Step> failing) : failing_(failing) {
-        MainQueue::setWakeUp([this] { ++queuedTasks; });
-        const auto file = folder_.write("file", "12");
-        job_ =
-            std::make_shared<ShareJob>(ShareJob::Context({file, file}, "Root", "Job"),
-                                       std::make_shared<ScriptedWebservice>([this](auto request) {
-                                           ++requestCount;
-                                           requests_.push_back(std::move(request));
-                                       }));
-        auto held = std::make_shared<int>();
-        captured = held;
-        job_->upload([this, held](const auto&) { ++callbackCount; },
-                     [this, held](const auto&) { ++callbackCount; });
+    explicit SteppedJob(std::optional<Step> step) : failing(step) {
+        MainQueue::setWakeUp([this] { ++queued; });
+        const auto file = folder.write("file", "12");
+        job = std::make_shared<ShareJob>(ShareJob::Context({file, file}, "Root", "Job"),
+                                         std::make_shared<ScriptedWebservice>([this](auto request) {
+                                             ++requestCount;
+                                             requests.push_back(std::move(request));
+                                         }));
+        captured = upload(callbackCount);
     }
 
     SteppedJob(const SteppedJob&) = delete;
@@ -39,111 +32,104 @@ public:
 
     ~SteppedJob() { MainQueue::setWakeUp({}); }
 
-    void cancel() { job_->cancel(); }
-
-    void release() { job_.reset(); }
+    /// What both callbacks hold: how often the completion was called. All goes on
+    /// inside it, as it does while a message box is open.
+    std::weak_ptr<int> upload(int& count) {
+        auto held = std::make_shared<int>();
+        job->upload(
+            [&count, held](const auto&) {
+                EXPECT_EQ(*held, 0) << "no progress in the completion, or after it";
+                ++count;
+            },
+            [this, &count, held](const auto&) {
+                EXPECT_EQ(++*held, 1);
+                ++count;
+                while (advance()) {
+                }
+            });
+        return held;
+    }
 
     /// False if nothing was left to do.
     bool advance() {
-        if (MainQueue::drain(1) == 1) {
-            --queuedTasks;
-            return true;
-        }
-        if (!requests_.empty()) {
-            answerNewest();
+        if (queued > 0) {
+            --queued;
+            MainQueue::drain(1);
+        } else if (!requests.empty()) {
+            const auto request = std::move(requests.back());
+            requests.pop_back();
+            request.answer(request.step != failing);
         } else {
             return false;
         }
         return true;
     }
 
-    void finish() {
-        while (advance()) {
-        }
-    }
-
-    int queuedTasks = 0;
+    const std::optional<Step> failing;
+    TemporaryFolder folder;
+    std::shared_ptr<ShareJob> job;
+    std::vector<ScriptedRequest> requests;
+    int queued = 0; ///< tasks of the main queue
     int requestCount = 0;
     int callbackCount = 0;
-    std::weak_ptr<int> captured; ///< what both callbacks hold
-
-private:
-    /// Moves a content upload on by half first.
-    void answerNewest() {
-        const auto progress = requests_.back().progress;
-        if (progress && progress->fractionCompleted() < 1) {
-            progress->setCompletedUnitCount(progress->fractionCompleted() > 0 ? 2 : 1);
-            return;
-        }
-        const auto request = std::move(requests_.back());
-        requests_.pop_back();
-        request.answer(request.step != failing_);
-    }
-
-    const std::optional<Step> failing_;
-    TemporaryFolder folder_;
-    std::shared_ptr<ShareJob> job_;
-    std::vector<ScriptedRequest> requests_;
+    std::weak_ptr<int> captured;
 };
 
-/// Calls `check` with a job at each point of its way, for a job that succeeds and for jobs that
-/// fail at each step.
-void atEveryPoint(const std::function<void(SteppedJob&)>& check) {
-    using enum Step;
-    for (const auto failing : std::vector<std::optional<Step>>{
-             {}, search, createRoot, createDestination, session, content, permission, link}) {
-        int point = 0;
-        for (bool isOnItsWay = true; isOnItsWay; ++point) {
-            SCOPED_TRACE("after " + std::to_string(point) + " events, step " +
-                         std::to_string(failing ? static_cast<int>(*failing) : -1) + " fails");
-            SteppedJob job(failing);
-            for (int event = 0; event < point; ++event) {
-                isOnItsWay = job.advance();
-            }
-            check(job);
-        }
-        EXPECT_GT(point, 2);
+enum Act { cancels, cancelsAndDestroys, cancelsAndUploads, destroys, uploadsAgain, doesNothing };
+
+/// Lets the host act after this many events; false if nothing happens any more by then.
+bool actAt(int point, Act act, std::optional<Step> failing) {
+    SteppedJob stepped(failing);
+    bool isOnItsWay = true;
+    for (int event = 0; event < point; ++event) {
+        isOnItsWay = stepped.advance();
     }
+    const int callbacks = stepped.callbackCount;
+    const int requests = stepped.requestCount;
+    const int queued = stepped.queued;
+    int callbacksOfOther = 0;
+    if (act == cancels || act == cancelsAndDestroys || act == cancelsAndUploads) {
+        stepped.job->cancel();
+    }
+    if (act == uploadsAgain || act == cancelsAndUploads) {
+        stepped.upload(callbacksOfOther);
+    }
+    const bool mayHold = act == destroys || act == doesNothing;
+    EXPECT_TRUE(mayHold || stepped.captured.expired()) << "callbacks are released at once";
+    if (act == destroys || act == cancelsAndDestroys) {
+        stepped.job.reset();
+    }
+    while (stepped.advance()) {
+    }
+    if (act == doesNothing) {
+        EXPECT_EQ(stepped.callbackCount, !failing || *failing >= Step::content ? 5 : 1)
+            << "each completes once, those that send files after 4 calls for their progress";
+    } else {
+        EXPECT_EQ(stepped.callbackCount, callbacks + (act == destroys ? queued : 0))
+            << "destroying makes the calls that are queued, and nothing else makes any";
+    }
+    EXPECT_TRUE(act != cancelsAndDestroys || stepped.requestCount == requests)
+        << "no further request";
+    EXPECT_EQ(callbacksOfOther > 0, act == uploadsAgain)
+        << "new callbacks get their calls, but not of a job that was cancelled";
+    EXPECT_TRUE(stepped.captured.expired());
+    return isOnItsWay;
 }
 
-TEST(JobPoints, CancelSilencesTheJobAndReleasesTheCallbacksAtOnce) {
-    atEveryPoint([](SteppedJob& job) {
-        const int before = job.callbackCount;
-        job.cancel();
-        EXPECT_TRUE(job.captured.expired());
-        job.finish();
-        EXPECT_EQ(job.callbackCount, before);
-    });
-}
-
-TEST(JobPoints, CancelAndReleaseSendNoFurtherRequest) {
-    atEveryPoint([](SteppedJob& job) {
-        const int before = job.requestCount;
-        job.cancel();
-        job.release();
-        job.finish();
-        EXPECT_EQ(job.requestCount, before);
-    });
-}
-
-TEST(JobPoints, ReleaseStillMakesTheCallsThatAreQueuedAndNoOthers) {
-    atEveryPoint([](SteppedJob& job) {
-        const int before = job.callbackCount;
-        const int queued = job.queuedTasks;
-        job.release();
-        job.finish();
-        EXPECT_EQ(job.callbackCount, before + queued);
-        EXPECT_TRUE(job.captured.expired());
-    });
-}
-
-TEST(JobPoints, CompletionIsCalledOnceIfNobodyInterferes) {
-    for (const auto failing : {std::optional<Step>(), std::optional(Step::link)}) {
-        SteppedJob job(failing);
-        job.finish();
-        constexpr int progressCalls = 4;
-        EXPECT_EQ(job.callbackCount, progressCalls + 1);
-        EXPECT_TRUE(job.captured.expired());
+TEST(JobPoints, EachPromiseHoldsAtEveryPointWhateverFails) {
+    using enum Step;
+    for (const auto act :
+         {cancels, cancelsAndDestroys, cancelsAndUploads, destroys, uploadsAgain, doesNothing}) {
+        for (const auto failing : std::vector<std::optional<Step>>{
+                 {}, search, createRoot, createDestination, session, content, permission, link}) {
+            bool isOnItsWay = true;
+            for (int point = 0; isOnItsWay; ++point) {
+                SCOPED_TRACE(testing::Message()
+                             << "act " << act << " after " << point << " events, step "
+                             << (failing ? static_cast<int>(*failing) : -1) << " fails");
+                isOnItsWay = actAt(point, act, failing);
+            }
+        }
     }
 }
 

@@ -1,51 +1,48 @@
 #include <gtest/gtest.h>
 
-#include <fstream>
-
 #include "tests/support/Host.h"
-#include "tests/support/Step.h"
 
 namespace cirrus::tests {
 
 namespace {
 
+using MaybeAnswer = std::optional<emulator::Answer>;
+
 const emulator::Answer unavailable{.status = 503, .body = "Unavailable"};
 const emulator::Answer withoutLink{.body = R"({"id":"i","kind":"k","name":"n","mimeType":"m"})"};
 
-struct Scenario {
-    std::string name;
-    std::optional<Step> step = std::nullopt; ///< answered with `answer`
-    emulator::Answer answer = unavailable;
-    bool isFileMissing = false;
-    bool isCancelled = false; ///< while `step` is in flight
-};
-
-/// The whole log of a job of two files, the first of which may be missing.
-std::string logOf(const Scenario& scenario) {
+/// The whole log of a job of two files, one request of which gets this answer; without an answer
+/// the job is cancelled then.
+std::string logOf(const std::string& scenario, std::optional<Step> step,
+                  const MaybeAnswer& answer) {
     Host host;
-    if (scenario.name.starts_with("root folder")) {
+    auto first = host.folder().write("file", "bytes");
+    const auto second = first;
+    if (scenario == "root folder exists, file missing") {
         host.drive().addFolder("Root");
+        first.replace_filename("missing.txt");
     }
-    const auto file = host.folder().write("file", "bytes");
-    const auto controller = host.makeController(
-        {scenario.isFileMissing ? host.folder().path() / "missing.txt" : file, file});
+    const auto controller = host.makeController({first, second});
     Gate gate;
-    if (scenario.isCancelled) {
-        host.drive().setHook([&](const emulator::Request& request) {
-            stepOf(request) == scenario.step ? gate.pass() : void();
-            return std::optional<emulator::Answer>();
-        });
-        Host::upload(*controller);
+    host.drive().setHook([&](const emulator::Request& request) -> MaybeAnswer {
+        if (stepOf(request) != step) {
+            return std::nullopt;
+        }
+        step.reset();
+        answer ? void() : gate.pass();
+        return answer;
+    });
+    const bool isCancelled = step && !answer;
+    const auto heard = Host::upload(*controller);
+    if (isCancelled) {
         EXPECT_TRUE(gate.awaitArrival());
         controller->cancel();
         gate.open();
-        Host::settle();
     } else {
-        scenario.step ? host.drive().setHook(answeringOnce(*scenario.step, scenario.answer))
-                      : void();
-        Host::uploadAndWait(*controller);
+        EXPECT_TRUE(pumpUntil([&] { return !heard->results.empty(); }));
     }
-    std::string text = "== " + scenario.name + "\n";
+    Host::settle();
+    std::string text = "== " + scenario + "\n";
     for (const auto& line : host.log().lines()) {
         text += line + "\n";
     }
@@ -55,23 +52,23 @@ std::string logOf(const Scenario& scenario) {
 /// Compares with log_test.txt, which has every line that the library can write. To see what a
 /// change of it does, run this test: it prints what it got.
 TEST(Log, IsWordForWordWhatTheTranscriptSays) {
-    const std::vector<Scenario> scenarios{
-        {"no root folder yet"},
-        {"root folder exists, file missing", std::nullopt, unavailable, true},
-        {"search fails", Step::search},
-        {"root creation fails", Step::createRoot},
-        {"destination creation fails", Step::createDestination},
-        {"session fails", Step::session},
-        {"content fails", Step::content},
-        {"permission fails", Step::permission},
-        {"link request fails", Step::link},
+    const std::vector<std::tuple<std::string, std::optional<Step>, MaybeAnswer>> scenarios{
+        {"no root folder yet", {}, {}},
+        {"root folder exists, file missing", {}, {}},
+        {"search fails", Step::search, unavailable},
+        {"root creation fails", Step::createRoot, unavailable},
+        {"destination creation fails", Step::createDestination, unavailable},
+        {"session fails", Step::session, unavailable},
+        {"content fails", Step::content, unavailable},
+        {"permission fails", Step::permission, unavailable},
+        {"link request fails", Step::link, unavailable},
         {"link is missing", Step::link, withoutLink},
-        {"cancelled while a file uploads", Step::content, unavailable, false, true},
-        {"cancelled while folders are prepared", Step::search, unavailable, false, true},
+        {"cancelled while a file uploads", Step::content, {}},
+        {"cancelled while folders are prepared", Step::search, {}},
     };
     std::string text;
-    for (const auto& scenario : scenarios) {
-        text += logOf(scenario);
+    for (const auto& [scenario, step, answer] : scenarios) {
+        text += logOf(scenario, step, answer);
     }
     std::ifstream file(std::filesystem::path(CIRRUS_SOURCE_FOLDER) / "tests/job/log_test.txt");
     EXPECT_EQ(text, std::string(std::istreambuf_iterator(file), {}));

@@ -1,40 +1,36 @@
 #include <gtest/gtest.h>
 
-#include <algorithm>
+#include <utility>
 
 #include "Cirrus/FileUploader.h"
 #include "Cirrus/webservice/GoogleWebservice.h"
 #include "tests/support/Host.h"
-#include "tests/support/Step.h"
 
 namespace cirrus::tests {
 
 namespace {
 
-using emulator::Answer;
-using emulator::Request;
 using emulator::Snapshot;
 
-/// Destroys the controller and runs what the main queue still holds of the job, which keeps it.
-void destroy(std::unique_ptr<ShareController>& controller, const std::shared_ptr<Heard>& heard) {
-    controller.reset();
-    ASSERT_TRUE(pumpUntil([&] { return heard.use_count() == 1; }));
+/// Holds requests up before their bodies are read.
+emulator::RequestHook holdingAt(Gate& gate, std::optional<Step> step = std::nullopt) {
+    return [&gate, step](const auto& request) {
+        !step || stepOf(request) == step ? gate.pass() : void();
+        return std::nullopt;
+    };
 }
 
 TEST(ShareCancel, DestroyingInMidBodyAbortsNoTransfer) {
     Host host;
     Gate gate;
     constexpr std::size_t size = 20'000'000;
-    host.drive().setHeadHook([&gate](const Request& request) -> std::optional<Answer> {
-        if (stepOf(request) == Step::content) {
-            gate.pass();
-        }
-        return std::nullopt;
-    });
+    host.drive().setHeadHook(holdingAt(gate, Step::content));
     auto controller = host.makeController({host.folder().write("large", std::string(size, 'x'))});
     const auto heard = Host::upload(*controller);
     ASSERT_TRUE(gate.awaitArrival());
-    destroy(controller, heard);
+    controller.reset();
+    // What the main queue still holds of the job keeps it.
+    ASSERT_TRUE(pumpUntil([&] { return heard.use_count() == 1; }));
     gate.open();
     EXPECT_TRUE(host.drive().waitUntil(patience, [](const Snapshot& snapshot) {
         return snapshot.files.back().content.size == size;
@@ -62,35 +58,59 @@ TEST(ShareCancel, FromInsideTheCompletionIsHarmless) {
     }
 }
 
-TEST(ShareCancel, AnotherJobInItsPlaceReleasesTheFirst) {
-    Host host;
-    Gate gate;
-    host.drive().setHeadHook([&gate](const auto&) { return gate.pass(), std::nullopt; });
-    const auto controller = host.makeController({});
-    const auto heard = Host::upload(*controller);
-    ASSERT_TRUE(gate.awaitArrival());
-    *controller = std::move(*host.makeController({}));
-    EXPECT_EQ(heard.use_count(), 1);
-    gate.open();
-    Host::settle();
-    EXPECT_TRUE(heard->results.empty() && host.requests().size() == 1);
+TEST(ShareCancel, EndsWithTheObjectThatHoldsTheJob) {
+    const std::vector<std::function<void(std::optional<ScopedShareController>&, Host&)>> rows{
+        [](auto& job, auto&) { job.reset(); },
+        [](auto& job, auto&) { *job = ScopedShareController(); },
+        [](auto& job, auto& host) { *job->operator->() = std::move(*host.makeController({})); }};
+    for (const auto& replace : rows) {
+        Host host;
+        Gate gate;
+        host.drive().setHeadHook(holdingAt(gate));
+        std::optional job(ScopedShareController(std::move(*host.makeController({"/dev/null"}))));
+        const auto heard = Host::upload(*job->operator->());
+        ASSERT_TRUE(gate.awaitArrival());
+        replace(job, host);
+        EXPECT_EQ(heard.use_count(), 1);
+        const auto lines = host.log().lines();
+        gate.open();
+        Host::settle();
+        EXPECT_TRUE(heard->results.empty() && heard->fractions.empty());
+        EXPECT_EQ(host.log().lines(), lines);
+        EXPECT_EQ(host.requests().size(), 1U);
+    }
 }
 
-std::shared_ptr<FileUploader> makeUploader(Host& host) {
-    return std::make_shared<FileUploader>(
-        std::vector{host.folder().write("one", "first"), host.folder().write("two", "second")},
+TEST(ShareCancel, LeavesNothingQueuedOfAScopedJob) {
+    for (const bool isAssigned : {false, true}) {
+        Host host;
+        std::optional job(ScopedShareController(std::move(*host.makeController({}))));
+        const auto heard = Host::upload(*job->operator->());
+        ASSERT_TRUE(host.log().await("ShareController detail requestContentUrl(fileIdentifier:): "
+                                     "Obtain URL, finishing upload..."));
+        Host::passCallbackThread();
+        isAssigned ? void(*job = ScopedShareController()) : job.reset();
+        Host::settle();
+        EXPECT_TRUE(heard->results.empty());
+    }
+}
+
+TEST(ShareCancel, OfAnUploadBeforeItsStartSendsNothing) {
+    Host host;
+    const auto uploader = std::make_shared<FileUploader>(
+        std::vector{host.folder().write("one", "first")},
         std::make_shared<GoogleWebservice>(host.drive().accessToken()), "root");
-}
-
-TEST(FileUploaderCancel, BeforeTheStartSendsNothing) {
-    Host host;
-    const auto uploader = makeUploader(host);
     uploader->cancel();
     uploader->upload([](const auto&) { ADD_FAILURE(); });
     EXPECT_EQ(host.log().lines().back(),
               "FileUploader notice uploadNextItem(): Upload is cancelled");
     EXPECT_TRUE(host.requests().empty());
 }
+
+template <class Controller>
+concept CanUpload =
+    requires(Controller&& controller) { std::forward<Controller>(controller).upload({}, {}); };
+static_assert(CanUpload<ShareController&> && !CanUpload<ShareController>);
 
 } // namespace
 

@@ -16,8 +16,9 @@ emulator::DriveFile destinationOf(const emulator::Snapshot& snapshot) {
     return found != snapshot.files.end() ? *found : emulator::DriveFile();
 }
 
-TEST(ShareJob, SharesFilesInAnExistingRootFolder) {
+TEST(ShareJob, SharesFilesInTheNewestRootFolder) {
     Host host;
+    host.drive().addFolder("Root");
     const auto root = host.drive().addFolder("Root").value_or("none");
     const std::string bytes("\0a\r\n\xff", 5);
     const auto controller = host.makeController(
@@ -29,34 +30,13 @@ TEST(ShareJob, SharesFilesInAnExistingRootFolder) {
     EXPECT_EQ(destination.parents, std::vector{root});
     EXPECT_EQ(host.uploadedFiles(),
               (std::vector<std::string>{"one.txt=" + bytes, "two ü'&.txt=second"}));
-    ASSERT_EQ(destination.permissions.size(), 1U);
-    EXPECT_EQ(destination.permissions.front().type, "anyone");
-    EXPECT_EQ(destination.permissions.front().role, "reader");
     ASSERT_EQ(heard->results.size(), 1U);
-    ASSERT_TRUE(heard->results.front());
-    EXPECT_EQ(heard->results.front()->text(),
+    EXPECT_EQ(heard->results.front().value().text(),
               "https://drive.google.com/drive/folders/" + destination.id);
-    EXPECT_EQ(host.requests(), (std::vector<std::string>{
-                                   "GET /drive/v3/files",
-                                   "POST /drive/v3/files",
-                                   "POST /upload/drive/v3/files",
-                                   "POST /upload/drive/v3/files content",
-                                   "POST /upload/drive/v3/files",
-                                   "POST /upload/drive/v3/files content",
-                                   "POST /drive/v3/files/ID/permissions",
-                                   "GET /drive/v3/files/ID",
-                               }));
+    using enum Step;
+    EXPECT_EQ(host.requests(), (std::vector{search, createDestination, session, content, session,
+                                            content, permission, link}));
     EXPECT_EQ(snapshot.connectionsAccepted, 1U);
-}
-
-TEST(ShareJob, UsesTheFirstOfSeveralRootFolders) {
-    Host host;
-    host.drive().addFolder("Root");
-    // The service lists the newest first.
-    const auto newest = host.drive().addFolder("Root").value_or("none");
-    const auto controller = host.makeController({});
-    Host::uploadAndWait(*controller);
-    EXPECT_EQ(destinationOf(host.drive().snapshot()).parents, std::vector{newest});
 }
 
 TEST(ShareJob, ReportsProgressOfAllFilesThroughOneObject) {
@@ -78,33 +58,26 @@ TEST(ShareJob, ReportsProgressOfAllFilesThroughOneObject) {
 TEST(ShareJob, GrantsWhatTheContextSays) {
     const auto tomorrow = system_clock::now() + std::chrono::hours(24);
 
-    struct Row {
-        std::optional<std::string> email;
-        std::optional<std::string> message;
-        std::optional<system_clock::time_point> expiration;
-        std::string type;
-    };
-
-    for (const auto& row : {
-             Row{std::nullopt, std::nullopt, std::nullopt, "anyone"},
-             Row{std::nullopt, "Hello & welcome", std::nullopt, "anyone"},
-             Row{"a@example.com", std::nullopt, std::nullopt, "user"},
-             Row{"a@example.com", "100% für dich", tomorrow, "user"},
-         }) {
-        SCOPED_TRACE(row.type + " " + row.message.value_or(""));
+    using Text = std::optional<std::string>;
+    const std::vector<std::tuple<std::string, Text, Text, std::optional<system_clock::time_point>>>
+        rows{{"anyone", {}, {}, {}},
+             {"anyone", {}, "Hello & welcome", {}},
+             {"user", "a@example.com", {}, {}},
+             {"user", "a@example.com", "100% für dich", tomorrow}};
+    for (const auto& [type, email, message, expiration] : rows) {
+        SCOPED_TRACE(type + " " + message.value_or(""));
         Host host;
-        const auto controller = host.makeController({}, row.email, row.message, row.expiration);
-        const auto heard = Host::uploadAndWait(*controller);
-        ASSERT_TRUE(heard->results.front());
-        const auto permission = destinationOf(host.drive().snapshot()).permissions.at(0);
-        EXPECT_EQ(permission.role, "reader");
-        EXPECT_EQ(permission.type, row.type);
-        EXPECT_EQ(permission.emailAddress, row.email);
-        EXPECT_EQ(permission.emailMessage, row.message);
-        EXPECT_EQ(permission.expiresAt.has_value(), row.expiration.has_value());
-        if (row.expiration) {
-            EXPECT_EQ(*permission.expiresAt, std::chrono::floor<std::chrono::seconds>(tomorrow));
-        }
+        const auto controller = host.makeController({}, email, message, expiration);
+        ASSERT_TRUE(Host::uploadAndWait(*controller)->results.front());
+        const auto permissions = destinationOf(host.drive().snapshot()).permissions;
+        ASSERT_EQ(permissions.size(), 1U);
+        EXPECT_EQ(permissions[0].role, "reader");
+        EXPECT_EQ(permissions[0].type, type);
+        EXPECT_EQ(permissions[0].emailAddress, email);
+        EXPECT_EQ(permissions[0].emailMessage, message);
+        EXPECT_EQ(permissions[0].expiresAt.has_value(), expiration.has_value());
+        EXPECT_TRUE(!expiration ||
+                    permissions[0].expiresAt == std::chrono::floor<std::chrono::seconds>(tomorrow));
     }
 }
 

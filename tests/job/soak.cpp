@@ -1,11 +1,12 @@
 // Random jobs under a host that interferes at random moments: it uploads again, cancels and
-// replaces the log from several threads, and releases the job on the main thread. The journal of
-// what happened is then held against the rules of the interface.
+// replaces the log from several threads, and releases the job on the main thread. Every callback,
+// and every release of what callbacks hold, is held against the rules of the interface.
+// Usage: cirrus_soak [SCHEDULES [SEED]]
 
 #include <algorithm>
 #include <deque>
 #include <iostream>
-#include <map>
+#include <limits>
 #include <random>
 #include <shared_mutex>
 
@@ -38,27 +39,11 @@ struct Worker {
     }};
 };
 
-std::deque<Worker> threads;
+std::deque<Worker> workers;
 
-enum class Kind {
-    uploadBegins,
-    uploadEnds,
-    cancelEnds,
-    releaseBegins,
-    progress,
-    result,
-    capturesReleased,
-};
-
-/// Something that happened; `pair` numbers the callbacks of one `upload`.
-struct Event {
-    Kind kind;
-    std::size_t pair;
-    bool isOnMainThread;
-    bool isInHostCall;
-
-    [[nodiscard]] bool isCallback() const { return kind == Kind::progress || kind == Kind::result; }
-};
+bool isOnMainThread() {
+    return std::this_thread::get_id() == mainThread;
+}
 
 class Schedule {
 public:
@@ -69,7 +54,8 @@ public:
     std::string run(std::shared_ptr<Webservice> service) {
         if (!service) {
             service = std::make_shared<ScriptedWebservice>([this](auto request) {
-                onSomeThread([this, request = std::move(request)] { answer(request); });
+                onSomeThread(
+                    [this, request = std::move(request)] { request.answer(!isOneIn(20)); });
             });
         }
         const auto file = folder_.write("file", "12");
@@ -87,18 +73,20 @@ public:
             }
         } while (MainQueue::drain() > 0 || unfinished_ > 0 || lines_ != linesBefore);
         inHostCall([this] { job_.reset(); });
-        return brokenRule();
+        demand(hasOutcome_, "the job has no outcome");
+        demand(held_ == 0, "what the callbacks hold was not released");
+        return broken_;
     }
 
 private:
+    void demand(bool holds, const char* rule) {
+        const std::scoped_lock lock(mutex_);
+        broken_ = holds || !broken_.empty() ? broken_ : rule;
+    }
+
     bool isOneIn(std::size_t count) {
         const std::scoped_lock lock(mutex_);
         return random_() % count == 0;
-    }
-
-    void record(Kind kind, std::size_t pair) {
-        const std::scoped_lock lock(mutex_);
-        events_.push_back({kind, pair, std::this_thread::get_id() == mainThread, isInHostCall});
     }
 
     static void inHostCall(const auto& operation) {
@@ -110,8 +98,7 @@ private:
     /// Runs a task on some thread. The last one to end wakes the main thread.
     void onSomeThread(TaskQueue::Task task) {
         ++unfinished_;
-        const std::size_t index = isOneIn(2) ? 0 : threads.size() - 1;
-        threads[index].tasks.post([this, task = std::move(task)]() mutable {
+        workers[isOneIn(2) ? 0 : 1].tasks.post([this, task = std::move(task)]() mutable {
             std::exchange(task, nullptr)();
             if (--unfinished_ == 0) {
                 MainQueue::post([] {});
@@ -140,7 +127,10 @@ private:
             upload();
         } else if (const std::shared_lock lock(access_); job_) {
             inHostCall([this] { job_->cancel(); });
-            record(Kind::cancelEnds, 0);
+            hasOutcome_ = true;
+            // A call that has already begun may still be running.
+            const std::scoped_lock counting(mutex_);
+            callsLeft_ = std::min(callsLeft_, isOnMainThread() ? 0 : 1);
         }
     }
 
@@ -149,8 +139,8 @@ private:
             MainQueue::drain();
         } else if (isOneIn(3)) {
             const std::scoped_lock lock(access_);
-            record(Kind::releaseBegins, 0);
             inHostCall([this] { job_.reset(); });
+            hasOutcome_ = true;
         } else {
             actOnAnyThread();
         }
@@ -165,94 +155,50 @@ private:
         if (!job_) {
             return;
         }
-        const auto pair = pairs_++;
-        record(Kind::uploadBegins, pair);
-        inHostCall([this, pair] {
-            const std::shared_ptr<void> captured(
-                nullptr, [this, pair](void*) { record(Kind::capturesReleased, pair); });
-            const auto hear = [this, pair, captured](Kind kind) {
-                record(kind, pair);
-                if (isOneIn(3)) {
-                    actOnMainThread();
-                }
-            };
-            job_->upload([hear](const auto&) { hear(Kind::progress); },
-                         [hear](const auto&) { hear(Kind::result); });
+        inHostCall([this] {
+            ++held_;
+            const std::shared_ptr<bool> isOver(new bool(false), [this](const bool* held) {
+                demand(isOnMainThread() || isInHostCall, "released on a wrong thread");
+                delete held;
+                --held_;
+            });
+            job_->upload([this, isOver](const auto&) { hear(*isOver, false); },
+                         [this, isOver](const auto&) { hear(*isOver, true); });
         });
-        record(Kind::uploadEnds, pair);
     }
 
-    void answer(const ScriptedRequest& request) {
-        for (std::uint64_t sent = 1; request.progress && sent <= 2; ++sent) {
-            request.progress->setCompletedUnitCount(sent);
+    void hear(bool& isOver, bool isCompletion) {
+        demand(isOnMainThread(), "called on a wrong thread");
+        demand(!std::exchange(isOver, isCompletion), "called after the completion");
+        {
+            const std::scoped_lock lock(mutex_);
+            broken_ = callsLeft_-- > 0 ? broken_ : "called after cancel()";
         }
-        request.answer(!isOneIn(20));
-    }
-
-    /// Where an event is in the journal; its end if it did not happen.
-    [[nodiscard]] auto find(Kind kind, std::size_t pair) const {
-        return std::ranges::find_if(
-            events_, [=](const Event& event) { return event.kind == kind && event.pair == pair; });
-    }
-
-    [[nodiscard]] std::string brokenRule() const {
-        for (auto event = events_.begin(); event != events_.end(); ++event) {
-            const bool isRelease = event->kind == Kind::capturesReleased && !event->isInHostCall;
-            if (!event->isOnMainThread && (event->isCallback() || isRelease)) {
-                return "a callback was called or released on a wrong thread";
-            }
-            if (event->isCallback() && find(Kind::result, event->pair) < event) {
-                return "a callback was called after the completion";
-            }
-            const auto isLate = [&](const Event& later) {
-                const bool isReplaced =
-                    event->kind == Kind::uploadEnds &&
-                    find(Kind::uploadEnds, later.pair) < find(Kind::uploadBegins, event->pair);
-                return later.isCallback() && (event->kind == Kind::cancelEnds || isReplaced);
-            };
-            // From another thread, a call that has already begun may still be running.
-            if (std::count_if(event, events_.end(), isLate) > (event->isOnMainThread ? 0 : 1)) {
-                return "a callback was called after it was cancelled or replaced";
-            }
+        hasOutcome_ = hasOutcome_ || isCompletion;
+        if (isOneIn(3)) {
+            actOnMainThread();
         }
-        const auto released = std::ranges::count(events_, Kind::capturesReleased, &Event::kind);
-        if (std::cmp_not_equal(released, pairs_.load())) {
-            return "what the callbacks hold was not released";
-        }
-        const bool hasOutcome = std::ranges::any_of(events_, [](const Event& event) {
-            return event.kind == Kind::cancelEnds || event.kind == Kind::releaseBegins ||
-                   event.kind == Kind::result;
-        });
-        return hasOutcome ? "" : "the job has no outcome";
     }
 
-    std::mutex mutex_; ///< of the random numbers and the journal
+    std::mutex mutex_; ///< of the next three
     std::mt19937 random_;
-    std::vector<Event> events_;
-    std::atomic<std::size_t> unfinished_ = 0, pairs_ = 0, actions_ = 0, lines_ = 0;
+    int callsLeft_ = std::numeric_limits<int>::max();
+    std::string broken_;
+    std::atomic<bool> hasOutcome_ = false;
+    std::atomic<std::size_t> unfinished_ = 0, held_ = 0, actions_ = 0, lines_ = 0;
     std::shared_mutex access_; ///< of the host to its job
     std::shared_ptr<ShareJob> job_;
     TemporaryFolder folder_;
 };
 
-bool soak(std::size_t schedules, std::size_t seed) {
-    std::unique_ptr<emulator::LocalDrive> drive;
-    for (std::size_t number = 0; number < schedules; ++number) {
-        if (number % 5000 == 0) {
-            drive.reset(); // one at a time
-            drive = emulator::LocalDrive::start().value();
-        }
-        const bool usesDrive = (seed + number) % 50 == 0;
-        const auto broken =
-            Schedule(seed + number)
-                .run(usesDrive ? std::make_shared<GoogleWebservice>((*drive)->accessToken())
-                               : nullptr);
-        if (!broken.empty()) {
-            std::cerr << broken << ": --schedules 1 --seed " << seed + number << '\n';
-            return false;
-        }
+std::string soak(std::size_t schedules, std::size_t seed) {
+    const auto drive = emulator::LocalDrive::start().value();
+    std::string broken;
+    for (const auto end = seed + schedules; broken.empty() && seed < end; ++seed) {
+        broken = Schedule(seed).run(
+            seed % 50 == 0 ? std::make_shared<GoogleWebservice>((*drive)->accessToken()) : nullptr);
     }
-    return true;
+    return broken.empty() ? "" : broken + ": cirrus_soak 1 " + std::to_string(seed - 1);
 }
 
 } // namespace
@@ -260,16 +206,14 @@ bool soak(std::size_t schedules, std::size_t seed) {
 } // namespace cirrus::tests
 
 int main(int count, char** arguments) {
-    std::map<std::string, std::size_t> options{{"--schedules", 100'000}, {"--seed", 1}};
-    for (int index = 1; index + 1 < count; index += 2) {
-        options.at(arguments[index]) = std::stoul(arguments[index + 1]);
-    }
-    cirrus::tests::threads.resize(2);
-    const bool isClean = cirrus::tests::soak(options["--schedules"], options["--seed"]);
+    cirrus::tests::workers.resize(2);
+    const auto broken = cirrus::tests::soak(count > 1 ? std::stoul(arguments[1]) : 100'000,
+                                            count > 2 ? std::stoul(arguments[2]) : 1);
     // With what libraries keep for each thread.
-    for (auto& worker : cirrus::tests::threads) {
+    for (auto& worker : cirrus::tests::workers) {
         worker.tasks.stop();
         worker.thread.join(cirrus::tests::patience);
     }
-    return isClean ? 0 : 1;
+    std::cerr << broken;
+    return broken.empty() ? 0 : 1;
 }

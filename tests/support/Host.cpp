@@ -9,36 +9,15 @@
 
 namespace cirrus::tests {
 
-namespace {
-
-std::string withoutIdentifiers(const emulator::Request& request) {
-    constexpr std::string_view files = "/drive/v3/files/";
-    std::string path = request.path;
-    if (path.starts_with(files)) {
-        const auto end = path.find('/', files.size());
-        path = std::string(files) + "ID" + (end == std::string::npos ? "" : path.substr(end));
-    }
-    const bool isContent = request.queryItem("upload_id") != nullptr;
-    return request.method + " " + path + (isContent ? " content" : "");
-}
-
-} // namespace
-
 std::shared_ptr<LogSink> RecordingLog::sinkFor(const std::shared_ptr<RecordingLog>& log) {
     return makeLogSink([log](LogLevel level, const LogPlace& place, const std::string& text) {
-        log->add(level, place, text);
+        constexpr std::array names{" detail ", " notice ", " failure "};
+        const std::filesystem::path unit(place.file);
+        const std::scoped_lock lock(log->mutex_);
+        log->lines_.push_back(unit.stem().string() + names.at(static_cast<std::size_t>(level)) +
+                              std::string(place.function) + ": " + text);
+        log->changed_.notify_all();
     });
-}
-
-void RecordingLog::add(LogLevel level, const LogPlace& place, const std::string& text) {
-    constexpr std::array names{" detail ", " notice ", " failure "};
-    EXPECT_GT(place.line, 0);
-    const std::filesystem::path unit(place.file);
-    EXPECT_EQ(unit.extension(), ".cpp");
-    const std::scoped_lock lock(mutex_);
-    lines_.push_back(unit.stem().string() + names.at(static_cast<std::size_t>(level)) +
-                     std::string(place.function) + ": " + text);
-    changed_.notify_all();
 }
 
 bool RecordingLog::await(std::string_view line) {
@@ -51,10 +30,6 @@ std::vector<std::string> RecordingLog::lines() const {
     return lines_;
 }
 
-bool RecordingLog::contains(std::string_view line) const {
-    return std::ranges::count(lines(), line) > 0;
-}
-
 std::string Heard::failureText() const {
     if (results.size() != 1 || results.front()) {
         return "(no failure)";
@@ -62,8 +37,9 @@ std::string Heard::failureText() const {
     return results.front().error().errorDescription().value_or("(absent)");
 }
 
-Host::Host()
-    : drive_(emulator::LocalDrive::start().value()), log_(std::make_shared<RecordingLog>()) {
+Host::Host(std::optional<std::chrono::milliseconds> idleLimit)
+    : drive_(emulator::LocalDrive::start({.idleLimit = idleLimit}).value()),
+      log_(std::make_shared<RecordingLog>()) {
     Configuration::setLog(RecordingLog::sinkFor(log_));
 }
 
@@ -99,12 +75,10 @@ std::shared_ptr<Heard> Host::uploadAndWait(ShareController& controller) {
     return heard;
 }
 
-std::vector<std::string> Host::requests() {
-    std::vector<std::string> texts;
-    for (const auto& request : drive().snapshot().requests) {
-        texts.push_back(withoutIdentifiers(request));
-    }
-    return texts;
+std::vector<Step> Host::requests() {
+    std::vector<Step> steps;
+    std::ranges::transform(drive().snapshot().requests, std::back_inserter(steps), stepOf);
+    return steps;
 }
 
 std::vector<std::string> Host::uploadedFiles() {
@@ -122,13 +96,10 @@ std::vector<std::string> Host::uploadedFiles() {
 void Host::passCallbackThread() {
     // What is refused needs no network, and completions run one after another.
     Awaited<bool> completed;
-    HttpSession::shared().start({.request = {.url = Url::parse("relative").value(),
-                                             .method = "GET",
-                                             .headers = {},
-                                             .body = {}},
-                                 .progress = {},
-                                 .completion = [&completed](const auto&) { completed.give(true); },
-                                 .outcome = {}});
+    HttpSession::shared().start({{Url::parse("relative").value(), "GET", {}, {}},
+                                 {},
+                                 [&completed](const auto&) { completed.give(true); },
+                                 {}});
     EXPECT_TRUE(completed.take());
 }
 

@@ -9,6 +9,7 @@
 #include <thread>
 #include <vector>
 
+#include "tests/support/Step.h"
 #include "tests/support/TemporaryFolder.h"
 #include "tests/support/Waiting.h"
 #include <Cirrus/Cirrus.h>
@@ -23,13 +24,10 @@ public:
     static std::shared_ptr<LogSink> sinkFor(const std::shared_ptr<RecordingLog>& log);
 
     [[nodiscard]] std::vector<std::string> lines() const;
-    [[nodiscard]] bool contains(std::string_view line) const;
     /// Waits for a line; false when it does not come.
     [[nodiscard]] bool await(std::string_view line);
 
 private:
-    void add(LogLevel level, const LogPlace& place, const std::string& text);
-
     mutable std::mutex mutex_;
     std::condition_variable changed_;
     std::vector<std::string> lines_;
@@ -49,7 +47,7 @@ struct Heard {
 /// A host in front of a local Drive. Its thread is the main queue's.
 class Host {
 public:
-    Host();
+    explicit Host(std::optional<std::chrono::milliseconds> idleLimit = std::nullopt);
 
     [[nodiscard]] emulator::Emulator& drive() { return **drive_; }
 
@@ -70,8 +68,8 @@ public:
     /// Starts it, and runs the main queue until its outcome is there.
     static std::shared_ptr<Heard> uploadAndWait(ShareController& controller);
 
-    /// Method and path of every request, folder and upload ids left out.
-    [[nodiscard]] std::vector<std::string> requests();
+    /// All that the Drive was asked.
+    [[nodiscard]] std::vector<Step> requests();
 
     /// The files that the destination folder holds, as "name=contents", in order.
     [[nodiscard]] std::vector<std::string> uploadedFiles();

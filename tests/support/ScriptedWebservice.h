@@ -8,9 +8,8 @@ namespace cirrus::tests {
 /// A request that waits for its answer. It may outlive the service that it was made to.
 struct ScriptedRequest {
     Step step{};
-    /// Of a content's transfer; null for any other step.
-    std::shared_ptr<Progress> progress;
-    /// Answers, once, with a plain success or a failure; does nothing when the service is gone.
+    /// Answers, once, with a plain success or a failure, after two steps of progress if it is a
+    /// content; does nothing when the service is gone.
     std::function<void(bool succeeds)> answer;
 };
 
@@ -59,10 +58,12 @@ private:
     template <class Value>
     void receive(Step step, const Value& success, Completion<Value> completion,
                  std::shared_ptr<Progress> progress = nullptr) {
-        receiver_({step, std::move(progress),
-                   [service = weak_from_this(), success,
-                    completion = std::move(completion)](bool succeeds) {
-                       using Answer = Result<Value, WebserviceError>;
+        using Answer = Result<Value, WebserviceError>;
+        receiver_({step, [service = weak_from_this(), success, progress = std::move(progress),
+                          completion = std::move(completion)](bool succeeds) {
+                       for (std::uint64_t sent = 1; progress && sent <= 2; ++sent) {
+                           progress->setCompletedUnitCount(sent);
+                       }
                        if (!service.expired()) {
                            completion(succeeds
                                           ? Answer(success)

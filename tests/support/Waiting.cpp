@@ -19,22 +19,4 @@ bool pumpUntil(const std::function<bool()>& isDone) {
     return true;
 }
 
-void Gate::open() {
-    const std::scoped_lock lock(mutex_);
-    isOpen_ = true;
-    changed_.notify_all();
-}
-
-void Gate::pass() {
-    std::unique_lock lock(mutex_);
-    hasArrival_ = true;
-    changed_.notify_all();
-    changed_.wait(lock, [this] { return isOpen_; });
-}
-
-bool Gate::awaitArrival() {
-    std::unique_lock lock(mutex_);
-    return changed_.wait_for(lock, patience, [this] { return hasArrival_; });
-}
-
 } // namespace cirrus::tests

@@ -1,10 +1,12 @@
 #pragma once
 
+#include <atomic>
 #include <chrono>
 #include <condition_variable>
 #include <functional>
 #include <mutex>
 #include <optional>
+#include <semaphore>
 #include <utility>
 
 namespace cirrus::tests {
@@ -50,17 +52,23 @@ public:
 
     ~Gate() { open(); }
 
-    void open();
+    void open() {
+        isOpen_ = true;
+        isOpen_.notify_all();
+    }
+
     /// Notes an arrival and waits until the gate is open.
-    void pass();
-    /// Waits until somebody has arrived; false when nobody does.
-    bool awaitArrival();
+    void pass() {
+        arrivals_.release();
+        isOpen_.wait(false);
+    }
+
+    /// Waits for the next arrival; false when nobody comes.
+    bool awaitArrival() { return arrivals_.try_acquire_for(patience); }
 
 private:
-    std::mutex mutex_;
-    std::condition_variable changed_;
-    bool isOpen_ = false;
-    bool hasArrival_ = false;
+    std::atomic<bool> isOpen_ = false;
+    std::counting_semaphore<> arrivals_{0};
 };
 
 } // namespace cirrus::tests

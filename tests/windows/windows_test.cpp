@@ -2,7 +2,8 @@
 
 #include <cerrno>
 #include <chrono>
-#include <fstream>
+#include <ctime>
+#include <iomanip>
 #include <sstream>
 #include <thread>
 
@@ -70,21 +71,15 @@ TEST(FileNames, AreTheLastComponentInUtf8) {
 
 /// Reads date, time and offset back; the zone of the machine does not matter then.
 std::chrono::sys_seconds read(const std::string& text) {
-    int year = 0;
-    unsigned month = 0;
-    unsigned day = 0;
-    int hour = 0;
-    int minute = 0;
-    int second = 0;
-    char sign = 0;
+    std::tm time{};
     int offset = 0;
-    const int count = std::sscanf(text.c_str(), "%4d-%2u-%2uT%2d:%2d:%2d%c%4d", &year, &month, &day,
-                                  &hour, &minute, &second, &sign, &offset);
-    EXPECT_TRUE(count == 8 && text.size() == 24) << text;
-    const std::chrono::minutes east(offset / 100 * 60 + offset % 100);
-    return std::chrono::sys_days(std::chrono::year(year) / month / day) + std::chrono::hours(hour) +
-           std::chrono::minutes(minute) + std::chrono::seconds(second) -
-           (sign == '-' ? -east : east);
+    std::istringstream stream(text);
+    stream >> std::get_time(&time, "%Y-%m-%dT%H:%M:%S") >> offset;
+    EXPECT_TRUE(stream && stream.peek() == EOF && text.size() == 24) << text;
+    const auto day = std::chrono::year(1900 + time.tm_year) / (time.tm_mon + 1) / time.tm_mday;
+    return std::chrono::sys_days(day) + std::chrono::hours(time.tm_hour) +
+           std::chrono::minutes(time.tm_min - offset / 100 * 60 - offset % 100) +
+           std::chrono::seconds(time.tm_sec);
 }
 
 TEST(LocalTime, NamesTheMomentWithItsOffset) {

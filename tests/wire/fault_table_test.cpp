@@ -1,14 +1,14 @@
 #include <gtest/gtest.h>
+#include <netinet/in.h>
+#include <poll.h>
+#include <sys/socket.h>
 
-#include <algorithm>
 #include <atomic>
+#include <latch>
 
 #include "Cirrus/platform/http/HttpSession.h"
-#include "Cirrus/platform/http/TestServer.h"
 #include "Cirrus/webservice/GoogleWebservice.h"
 #include "tests/support/Host.h"
-#include "tests/support/Relay.h"
-#include "tests/support/Step.h"
 
 namespace cirrus::tests {
 namespace {
@@ -17,139 +17,170 @@ using emulator::Answer;
 using emulator::Ending;
 using std::chrono::milliseconds;
 
-constexpr auto unreadable = "Could not read the response from Google. Please try again.";
-constexpr auto broken = "Something went wrong. Please try again.";
-constexpr auto late =
-    "Google did not answer in time. Check your internet connection and try again.";
+Answer refusal(unsigned code) {
+    const auto number = std::to_string(code);
+    return {.status = code, .body = R"({"error":{"message":"No.","code":)" + number + "}}"};
+}
+
+TEST(FaultTable, EndsTheJobOnceAndLeavesNothingBehind) {
+    using enum FailureReason;
+    constexpr auto unreadable = "Could not read the response from Google. Please try again.";
+    constexpr auto broken = "Something went wrong. Please try again.";
+    constexpr auto late =
+        "Google did not answer in time. Check your internet connection and try again.";
+    // With the reason, the service's code, and the text for the user.
+    using Code = std::optional<std::int64_t>;
+    const std::vector<std::tuple<Answer, FailureReason, Code, std::string>> faults{
+        {emulator::hangUp(Ending::reset), connectionLost, {}, broken},
+        {emulator::hangUp(Ending::close), connectionLost, {}, broken},
+        {{.body = std::string(999, ' '), .cutAfter = 300, .ending = Ending::close},
+         connectionLost,
+         {},
+         broken},
+        {{.delay = emulator::endlessDelay}, timedOut, {}, late},
+        {refusal(401), signedOut, 401, "No."},
+        {refusal(403), refused, 403, "No."},
+        {refusal(404), notFound, 404, "No."},
+        {refusal(429), tooManyRequests, 429, "No."},
+        {refusal(503), serviceTrouble, 503, "No."},
+        {{.status = 500, .body = "<html>Error</html>"}, answerNotUnderstood, {}, unreadable},
+        {{.status = 204}, answerNotUnderstood, {}, unreadable},
+        {{.body = "{\"id\":\xff"}, answerNotUnderstood, {}, unreadable},
+        {{.status = 307, .headers = {{"Location", "/x"}}, .body = ""},
+         answerNotUnderstood,
+         {},
+         unreadable},
+    };
+    using Names = std::vector<std::string>;
+    const Names both{"one=first", "two=second"};
+    // How many requests a job of two files makes in all, and what it leaves on the Drive.
+    const std::vector<std::tuple<Step, std::size_t, Names, std::size_t>> places{
+        {Step::search, 1, {}, 0},
+        {Step::createRoot, 2, {}, 0},
+        {Step::createDestination, 3, {}, 0},
+        {Step::session, 6, {"two=second"}, 0},
+        {Step::content, 7, {"two=second"}, 0},
+        {Step::permission, 8, both, 0},
+        {Step::link, 9, both, 1},
+    };
+    for (const auto& [step, requests, files, permissions] : places) {
+        for (const auto& [answer, reason, code, text] : faults) {
+            SCOPED_TRACE(std::to_string(requests) + " requests, " + emulator::wireBytes(answer));
+            Host host(text == late ? std::optional(milliseconds(300)) : std::nullopt);
+            host.drive().setHook(answeringOnce(step, answer));
+            auto controller = host.makeController(
+                {host.folder().write("one", "first"), host.folder().write("two", "second")});
+            const auto heard = Host::uploadAndWait(*controller);
+            Host::settle();
+
+            // What concerns one file is told of that file.
+            const bool isOfOneFile = step == Step::session || step == Step::content;
+            EXPECT_EQ(heard->failureText(),
+                      isOfOneFile ? "Something went wrong, please try again." : text);
+            const auto& error = heard->results.at(0).error();
+            EXPECT_EQ(error.reason(), isOfOneFile ? filesFailed : reason);
+            EXPECT_EQ(error.serviceCode(), isOfOneFile ? std::nullopt : code);
+            const auto failed = controller->failedFiles();
+            ASSERT_EQ(failed.size(), isOfOneFile ? 1U : 0U);
+            EXPECT_TRUE(!isOfOneFile ||
+                        (failed[0].reason == reason && failed[0].serviceCode == code));
+            EXPECT_TRUE(heard->wasOnMainThread);
+            EXPECT_EQ(host.requests().size(), requests);
+            EXPECT_EQ(host.uploadedFiles(), files);
+            std::size_t granted = 0;
+            for (const auto& file : host.drive().snapshot().files) {
+                granted += file.permissions.size();
+            }
+            EXPECT_EQ(granted, permissions);
+            for (const auto& line : host.log().lines()) {
+                EXPECT_FALSE(line.contains(host.drive().accessToken()) ||
+                             line.contains("upload_id"));
+            }
+            controller.reset();
+            EXPECT_EQ(heard.use_count(), 1);
+        }
+    }
+}
 
 std::string record(const std::string& name) {
     return R"({"id":"i","kind":"k","mimeType":"m","name":")" + name + "\"}";
 }
 
-constexpr auto anyFile = "Something went wrong, please try again.";
-constexpr auto refusal = R"({"error":{"code":403,"message":"No."}})";
-
-/// With the text for the user, when no single file is concerned.
-const std::vector<std::pair<Answer, std::string>> faults{
-    {emulator::hangUp(Ending::reset), broken},
-    {emulator::hangUp(Ending::close), broken},
-    {{.delay = emulator::endlessDelay}, late},
-    {{.status = 500, .body = "<html>Error</html>"}, unreadable},
-    {{.status = 403, .body = refusal}, "No."},
-    {{.status = 204}, unreadable},
-    {{.body = "{\"id\":\xff"}, unreadable},
-    {{.body = std::string(999, ' '), .cutAfter = 300, .ending = Ending::close}, broken},
-    {{.status = 307, .headers = {{"Location", "/x"}}, .body = ""}, unreadable},
-};
-
-struct Place {
-    Step step;
-    std::size_t requests; ///< in all, of a job of two files
-    std::vector<std::string> files;
-    std::size_t permissions;
-};
-
-const std::vector<Place> places{
-    {Step::search, 1, {}, 0},
-    {Step::createRoot, 2, {}, 0},
-    {Step::createDestination, 3, {}, 0},
-    {Step::session, 6, {"two=second"}, 0},
-    {Step::content, 7, {"two=second"}, 0},
-    {Step::permission, 8, {"one=first", "two=second"}, 0},
-    {Step::link, 9, {"one=first", "two=second"}, 1},
-};
-
-void PrintTo(const Place& place, std::ostream* text) {
-    *text << place.requests << " requests";
-}
-
-class FaultTable : public testing::TestWithParam<Place> {};
-
-TEST_P(FaultTable, EndsTheJobOnceAndLeavesNothingBehind) {
-    const auto& [step, requests, files, permissions] = GetParam();
-    const bool isOfOneFile = step == Step::session || step == Step::content;
-    for (const auto& [answer, text] : faults) {
-        SCOPED_TRACE(emulator::wireBytes(answer));
-        Host host;
-        const auto limit = text == late ? std::optional(milliseconds(300)) : std::nullopt;
-        connectToTestServer({{host.drive().port(), host.drive().certificateAuthority(), limit}});
-        host.drive().setHook(answeringOnce(step, answer));
-        auto controller = host.makeController(
-            {host.folder().write("one", "first"), host.folder().write("two", "second")});
-        const auto heard = Host::uploadAndWait(*controller);
-        Host::settle();
-
-        EXPECT_EQ(heard->failureText(), isOfOneFile ? anyFile : text);
-        EXPECT_TRUE(heard->wasOnMainThread);
-        EXPECT_EQ(host.requests().size(), requests);
-        EXPECT_EQ(host.uploadedFiles(), files);
-        std::size_t granted = 0;
-        for (const auto& file : host.drive().snapshot().files) {
-            granted += file.permissions.size();
-        }
-        EXPECT_EQ(granted, permissions);
-        for (const auto& line : host.log().lines()) {
-            EXPECT_FALSE(line.contains(host.drive().accessToken()) || line.contains("upload_id"));
-        }
-        controller.reset();
-        EXPECT_EQ(heard.use_count(), 1);
-    }
-}
-
-INSTANTIATE_TEST_SUITE_P(At, FaultTable, testing::ValuesIn(places));
-
 const auto file = record("file");
 const std::string ok = "HTTP/1.1 200 OK\r\n";
 const auto length = "Content-Length: " + std::to_string(file.size()) + "\r\n";
 const auto whole = length + "\r\n" + file;
+const std::string chunked = ok + "Transfer-Encoding: chunked\r\n\r\n";
 const std::string lost = "underlyingError(transportError(";
 const auto evil = ok + length + "\r\n" + record("evil");
 
-Answer raw(std::string bytes, Ending ending = Ending::keepOpen) {
-    return {.raw = std::move(bytes), .ending = ending};
+Answer raw(std::string bytes, Ending ending = Ending::keepOpen,
+           std::vector<std::uint64_t> pauseAfter = {}) {
+    return {.raw = std::move(bytes), .pauseAfter = std::move(pauseAfter), .ending = ending};
 }
 
-/// A request with this body, if any; the name of the record that comes back, or what went wrong.
-std::string exchange(const std::string& path, std::optional<std::size_t> size) {
+std::string repeated(std::string_view text, std::size_t size) {
+    std::string result;
+    while (result.size() < size) {
+        result += text;
+    }
+    return result;
+}
+
+/// A request with this body, if any, or several at a time; the name of the record that comes back
+/// last, or what went wrong.
+std::string exchange(const std::string& path, std::optional<std::size_t> size,
+                     std::size_t times = 1) {
     const auto service = std::make_shared<GoogleWebservice>("token");
     std::vector<std::string> outcomes;
     const auto note = [&](const Result<File, WebserviceError>& result) {
         outcomes.push_back(result ? result->name : result.error().diagnosticText());
     };
     const auto url = Url::parse("https://www.googleapis.com/drive/v3/files/" + path).value();
-    size
-        ? service->upload(std::make_shared<const std::string>(size.value_or(0), 'x'), url, {}, note)
-        : service->requestFile(path, note);
+    for (std::size_t time = 0; time < times; ++time) {
+        size ? service->upload(std::make_shared<const std::string>(size.value_or(0), 'x'), url, {}, note)
+             : service->requestFile(path, note);
+    }
     HttpSession::shared().waitUntilIdle();
-    EXPECT_EQ(outcomes.size(), 1U);
-    return outcomes.at(0);
+    EXPECT_EQ(outcomes.size(), times);
+    return outcomes.back();
 }
 
 TEST(HostileAnswer, IsClassifiedAndDoesNotReachTheNextRequest) {
     const std::string odd = "invalidResponse";
+    const std::string million(1'000'000, '[');
+    const std::string field = "X: " + std::string(1000, 'x') + "\r\n";
+    const std::string hint = "HTTP/1.1 103 Early Hints\r\n" + field + "\r\n";
+    const auto endless = isPlainPosix ? raw(chunked + "1;x", Ending::close)
+                                      : raw(chunked + "1;" + std::string(20'000'000, 'x'));
+    Answer early = refusal(403);
+    early.bodyReadFirst = 1;
     const std::vector<std::tuple<std::string, Answer, std::string>> rows{
         {"too long", {.body = std::string((8U << 20U) + 1, ' ')}, lost},
+        {"endless trailers", raw(chunked + "0\r\n" + repeated(field, 400'000)), "than 300 KiB"},
+        {"endless hints", raw(repeated(hint, 400'000)), lost},
+        {"endless field", raw(ok + "X: " + std::string(200'000, 'x')), lost},
+        {"endless chunk", endless, lost},
+        {"half a head", raw(ok + "Location: https://elsewhere/\r\n", Ending::close), "the head"},
         {"other protocol", raw("SSH-2.0-Server\r\n"), lost},
         {"only a body", raw(file, Ending::close), lost},
-        {"nested", {.body = std::string(1'000'000, '[')}, "decodingError(JSON nested too deeply)"},
-        {"nested error", {.status = 404, .body = std::string(1'000'000, '[')}, odd},
+        {"nested", {.body = million}, "decodingError(JSON nested too deeply)"},
         {"not UTF-8", {.body = record("\xff")}, "decodingError(not JSON at byte 45)"},
-        {"error not UTF-8", {.status = 403, .body = "{\"error\":{\"message\":\"\xff\"}}"}, odd},
         {"too short", raw(ok + length + "\r\n{", Ending::close), lost},
         {"longer", raw(ok + whole + evil), "file"},
+        {"later longer", raw(ok + whole + evil, {}, {ok.size() + length.size() + 2}), "file"},
         {"two lengths", raw(ok + length + "Content-Length: 1\r\n\r\n" + file), "decodingError("},
-        {"bad chunk", raw(ok + "Transfer-Encoding: chunked\r\n\r\nz\r\n" + file), lost},
-        {"cut chunk", raw(ok + "Transfer-Encoding: chunked\r\n\r\n5\r\nab", Ending::close), lost},
+        {"bad chunk", raw(chunked + "z\r\n" + file), lost},
+        {"cut chunk", raw(chunked + "5\r\nab", Ending::close), lost},
         {"nothing", {.status = 204}, "missingData"},
         {"nothing and more", raw("HTTP/1.1 204 None\r\n\r\n" + evil), "missingData"},
-        {"page", {.status = 502, .body = "<html>Bad gateway</html>"}, odd},
         {"interim", raw("HTTP/1.1 102 P\r\n\r\n" + ok + whole), "file"},
         {"switch", raw("HTTP/1.1 101 S\r\nUpgrade: h2c\r\n\r\nx", Ending::close), odd},
         {"plain", raw("HTTP/1.1 302 F\r\nLocation: http://localhost/next\r\n" + whole), odd},
         {"away", raw("HTTP/1.1 308 P\r\nLocation: https://localhost/next\r\n" + whole), odd},
         {"999", raw("HTTP/1.1 999 x\r\n" + whole), odd},
         {"099", raw("HTTP/1.1 099 x\r\n" + whole), lost},
-        {"early", {.status = 403, .body = refusal, .bodyReadFirst = 1}, "serviceError(403: No.)"},
+        {"early", early, "serviceError(403: No.)"},
         {"early reset", {.cutAfter = 0, .ending = Ending::reset, .bodyReadFirst = 1}, lost},
     };
     const auto drive = emulator::LocalDrive::start().value();
@@ -162,43 +193,70 @@ TEST(HostileAnswer, IsClassifiedAndDoesNotReachTheNextRequest) {
         const auto outcome = exchange("row", answer.bodyReadFirst * 20'000'000);
         // Newer versions of libcurl refuse the second length themselves.
         const bool isRefused = name == "two lengths" && outcome.starts_with(lost);
-        EXPECT_TRUE(isRefused || outcome.starts_with(expected)) << outcome;
-        EXPECT_EQ(exchange("next", 0), "next");
-        EXPECT_EQ((*drive)->snapshot().requests.size(), before + 2);
+        EXPECT_TRUE(isRefused || outcome.contains(expected)) << outcome;
+        EXPECT_FALSE(outcome.contains("Out of memory")) << outcome;
+        auto next = exchange("next", 0);
+        if (name == "later longer" && next.contains("The answer came before its request")) {
+            next = exchange("next", 0);
+        }
+        // Without the system's counts, such an answer passes for an honest one.
+        EXPECT_TRUE(next == "next" || (isPlainPosix && name == "later longer")) << next;
+        EXPECT_LE((*drive)->snapshot().requests.size(), before + (name == "later longer" ? 3 : 2));
+    }
+}
+
+/// Waits until something has come on a connection to this port, if there still is one.
+void awaitInput(std::uint16_t port) {
+    for (int socket = 0; socket < 1024; ++socket) {
+        sockaddr_in peer{};
+        socklen_t size = sizeof(peer);
+        if (::getpeername(socket, reinterpret_cast<sockaddr*>(&peer), &size) == 0 &&
+            peer.sin_family == AF_INET && ntohs(peer.sin_port) == port) {
+            pollfd awaited{.fd = socket, .events = POLLIN, .revents = 0};
+            EXPECT_EQ(::poll(&awaited, 1, static_cast<int>(milliseconds(patience).count())), 1);
+        }
     }
 }
 
 TEST(BrokenConnection, CarriesNoRequestTwice) {
     const Answer good{.body = file};
-    const Answer ended = raw(ok + whole, Ending::close);
-    Answer overlong = raw(ok + whole + evil, Ending::close);
-    overlong.pauseAfter = {ok.size() + whole.size()};
-    // The answer to the first of two requests, and how much of the second passes until which end.
-    const std::vector<std::tuple<Answer, std::size_t, Ending>> breaks{
-        {good, 0, Ending::reset}, {good, 60, Ending::reset},    {good, 40'000, Ending::reset},
-        {good, 0, Ending::close}, {ended, 0, Ending::keepOpen}, {overlong, 0, Ending::keepOpen},
+    const Answer cut{.cutAfter = 0, .ending = Ending::reset, .bodyReadFirst = 40'000};
+    const Answer last{.cutAfter = 0, .ending = Ending::close, .bodyReadFirst = 200'000};
+    // The answers to the first two requests, which leave a connection each, and to the next one, if
+    // its connection ends under it.
+    const std::vector<std::pair<Answer, std::optional<Answer>>> rows{
+        {good, emulator::hangUp(Ending::reset)},
+        {good, emulator::hangUp(Ending::close)},
+        {good, cut},
+        {good, last},
+        {raw(ok + whole, Ending::close), {}},
+        {raw(ok + whole + evil, Ending::keepOpen, {ok.size() + whole.size()}), {}},
     };
-    for (const auto& [first, bytes, ending] : breaks) {
+    for (std::size_t row = 0; row < rows.size(); ++row) {
+        const auto& [first, second] = rows[row];
         for (const auto size : {std::optional<std::size_t>(), {0}, {200'000}}) {
-            SCOPED_TRACE(testing::Message() << bytes << " of " << size.value_or(1));
+            SCOPED_TRACE(testing::Message() << row << " with " << size.value_or(1));
             std::atomic<std::size_t> requests = 0;
             const auto drive = emulator::LocalDrive::start().value();
-            const auto relay = std::make_unique<Relay>((*drive)->port());
-            connectToTestServer({{relay->port(), (*drive)->certificateAuthority(), {}}});
-            (*drive)->setHeadHook([&](const auto&) { return ++requests, std::nullopt; });
+            (*drive)->setHeadHook(
+                [&](const auto&) { return ++requests > 2 ? second : std::nullopt; });
+            std::latch both(2);
             (*drive)->setHook([&](const emulator::Request& request) {
-                return request.path.ends_with("next") ? Answer{.body = record("next")} : first;
+                if (request.path.ends_with("next")) {
+                    return Answer{.body = record("next")};
+                }
+                both.arrive_and_wait();
+                return first;
             });
-            EXPECT_EQ(exchange("first", size), "file");
-            if (ending == Ending::keepOpen) {
-                ASSERT_TRUE(relay->waitUntilServerEnds(patience));
+            EXPECT_EQ(exchange("first", size, 2), "file");
+            if (second) {
+                const auto outcome = exchange("next", size);
+                EXPECT_TRUE(outcome.starts_with(lost) && !outcome.contains("rewind")) << outcome;
+            } else {
+                awaitInput((*drive)->port());
                 EXPECT_EQ(exchange("next", size), "next");
-                EXPECT_EQ(requests, 2U);
-            } else if (bytes <= std::max<std::size_t>(size.value_or(0), 60)) {
-                relay->breakAfter(bytes, ending);
-                EXPECT_TRUE(exchange("next", size).starts_with(lost));
-                EXPECT_LE(requests, bytes > 60 ? 2U : 1U);
             }
+            EXPECT_EQ(requests, 3U);
         }
     }
 }

@@ -5,7 +5,6 @@
 
 #include <fstream>
 #include <regex>
-#include <sstream>
 
 #include "Cirrus/webservice/GoogleWebservice.h"
 #include "tests/support/Host.h"
@@ -28,11 +27,9 @@ std::string bytesOf(const emulator::Request& request) {
 
 std::string requestsOnThePage() {
     std::ifstream page(std::filesystem::path(CIRRUS_SOURCE_FOLDER) / "docs/wire.md");
-    std::ostringstream text;
-    text << page.rdbuf();
+    const auto all = std::string(std::istreambuf_iterator(page), {});
     std::string requests;
     const std::regex block("```http\n((?:GET|POST)[^`]*)```");
-    const auto all = text.str();
     for (std::sregex_iterator found(all.begin(), all.end(), block), end; found != end; ++found) {
         requests += (*found)[1].str() + "\n";
     }

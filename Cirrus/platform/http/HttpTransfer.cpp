@@ -42,7 +42,8 @@ std::optional<std::string> reasonNotToSend(const HttpRequest& request) {
 }
 
 std::string TransportError::diagnosticText() const {
-    const std::string details = "(" + std::to_string(code) + ": " + text + ")";
+    auto details = std::string("(").append(std::to_string(code)).append(": ").append(text);
+    details += ')';
     switch (reason) {
     case FailureReason::offline:
         return "noConnection" + details;

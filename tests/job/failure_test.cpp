@@ -1,0 +1,56 @@
+#include <gtest/gtest.h>
+
+#include "Cirrus/platform/errors/ErrorKind.h"
+#include "Cirrus/webservice/WebserviceError.h"
+#include "tests/support/Host.h"
+
+namespace cirrus::tests {
+namespace {
+
+using enum FailureReason;
+
+TEST(Failure, IsAMissingLinkEvenIfThereIsOneToDownload) {
+    Host host;
+    host.drive().setHook(answeringOnce(
+        Step::link,
+        {.body =
+             R"({"id":"i","kind":"k","name":"n","mimeType":"m","webContentLink":"https://d/"})"}));
+    const auto heard = Host::uploadAndWait(*host.makeController({}));
+    EXPECT_EQ(heard->failureText(),
+              "The files were uploaded, but the shareable link could not be found.");
+    EXPECT_EQ(heard->results.at(0).error().reason(), noLink);
+}
+
+TEST(Failure, HasWordsForTheUser) {
+    struct Silent {
+        [[nodiscard]] static std::string diagnosticText() { return "silent"; }
+
+        [[nodiscard]] static std::optional<std::string> errorDescription() { return std::nullopt; }
+    };
+
+    using Error = ShareController::Error;
+    EXPECT_EQ(Error::missingFile().errorDescription(),
+              "One or more files could not be located by Stashly. Make sure the files are not "
+              "moved or deleted and try again.");
+    EXPECT_EQ(Error::underlying(anyError(Silent())).errorDescription(), std::nullopt);
+}
+
+TEST(Failure, NamesTheFilesInOrder) {
+    Host host;
+    host.drive().setHook(answeringOnce(Step::content, {.status = 500, .body = ""}));
+    const auto first = host.folder().write("first", "1");
+    const auto controller =
+        host.makeController({first, host.folder().write("second", "2"), "/missing/third"});
+    Host::uploadAndWait(*controller);
+    const auto files = controller->failedFiles();
+    ASSERT_EQ(files.size(), 2U);
+    EXPECT_EQ(files[0].path, first);
+    EXPECT_EQ(files[0].diagnosticText, "underlying(invalidResponse)");
+    EXPECT_EQ(files[1].path, "/missing/third");
+    EXPECT_EQ(files[1].reason, unreadableFile);
+    EXPECT_EQ(files[1].diagnosticText, "missingFile(No such file or directory)");
+    EXPECT_EQ(host.uploadedFiles(), std::vector<std::string>{"second=2"});
+}
+
+} // namespace
+} // namespace cirrus::tests
