@@ -39,7 +39,7 @@ public:
             missingFilesize
         };
 
-        Case kind;
+        Case kind = Case::missingFile;
         /// What failed. `missingFile` keeps the reason for `failedFile` alone.
         std::optional<AnyError> cause = std::nullopt;
 

@@ -26,8 +26,8 @@ void HttpSession::start(HttpTransfer transfer) {
     ++unfinished_;
     std::unique_lock lock(mutex_);
     shared->request.server = server_;
-    if (server_ && server_->idleLimit) {
-        shared->request.idleLimit = *server_->idleLimit;
+    if (server_) {
+        shared->request.idleLimit = server_->idleLimit.value_or(shared->request.idleLimit);
     }
     try {
         startThreads();

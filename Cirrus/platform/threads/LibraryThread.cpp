@@ -1,6 +1,6 @@
 #include "Cirrus/platform/threads/LibraryThread.h"
 
-#include <optional>
+#include <memory>
 #include <utility>
 
 #include "Cirrus/platform/threads/Process.h"
@@ -9,15 +9,15 @@ namespace cirrus {
 
 namespace {
 
-/// Empty on the host's threads. Its destruction tells of the thread's end; not
+/// Null on the host's threads. Its destruction tells of the thread's end; not
 /// `set_value_at_thread_exit`, since libstdc++ does nothing of the kind once the process exits.
-thread_local std::optional<std::promise<void>> endOfThread;
+thread_local std::shared_ptr<std::promise<void>> endOfThread;
 
 } // namespace
 
 LibraryThread::LibraryThread(std::function<void()> body) {
-    std::promise<void> end;
-    ended_ = end.get_future();
+    auto end = std::make_shared<std::promise<void>>();
+    ended_ = end->get_future();
     auto run = [body = std::move(body), end = std::move(end)]() mutable {
         endOfThread = std::move(end);
         body();
@@ -44,7 +44,7 @@ bool LibraryThread::join(std::chrono::milliseconds bound) {
 }
 
 bool isLibraryThread() {
-    return endOfThread.has_value();
+    return endOfThread != nullptr;
 }
 
 } // namespace cirrus
