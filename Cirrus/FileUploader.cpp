@@ -7,7 +7,6 @@
 
 #include "Cirrus/Log.h"
 #include "Cirrus/platform/files/FileContents.h"
-#include "Cirrus/platform/files/SystemFile.h"
 
 namespace cirrus {
 

@@ -1,7 +1,6 @@
 #pragma once
 
 #include <atomic>
-#include <cstddef>
 #include <cstdint>
 #include <deque>
 #include <filesystem>
@@ -9,7 +8,6 @@
 #include <memory>
 #include <optional>
 #include <string>
-#include <utility>
 #include <vector>
 
 #include <Cirrus/Error.h>
@@ -23,10 +21,8 @@ namespace cirrus {
 /// Uploads files into one Drive folder, strictly one after another. A file that fails does not
 /// stop the others; the outcome says only whether all succeeded. Always held by
 /// `std::shared_ptr`; one run per object. If the last reference is released while a file is in
-/// flight, no further step is taken and the handler is never called.
-///
-/// Its steps run on whatever thread delivers the event that starts them: the caller's, the HTTP
-/// session's callback thread or, after a file that cannot be read, the main queue.
+/// flight, no further step is taken and the handler is never called. A step runs on the thread of
+/// the event that starts it.
 class FileUploader : public std::enable_shared_from_this<FileUploader> {
 public:
     struct Error {
@@ -40,7 +36,7 @@ public:
         };
 
         Case kind = Case::missingFile;
-        /// What failed. `missingFile` keeps the reason for `failedFile` alone.
+        /// What failed; of an unreadable file, only `failedFile` tells it.
         std::optional<AnyError> cause = std::nullopt;
 
         /// The case's name and, in parentheses, the diagnostic text of what it carries.

@@ -1,7 +1,6 @@
 #pragma once
 
 #include <any>
-#include <filesystem>
 #include <memory>
 #include <source_location>
 #include <string>
@@ -11,7 +10,6 @@
 #include <Cirrus/Configuration.h>
 #include <Cirrus/Error.h>
 
-#include "Cirrus/platform/errors/ErrorKind.h"
 #include "Cirrus/platform/files/FileContents.h"
 
 namespace cirrus {
@@ -41,7 +39,7 @@ inline std::string logText(const std::filesystem::path& path) {
     return lastPathComponent(path);
 }
 
-inline std::string logText(const ErrorKind auto& error) {
+std::string logText(const auto& error) {
     return error.diagnosticText();
 }
 

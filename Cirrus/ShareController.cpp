@@ -1,6 +1,6 @@
 #include <Cirrus/ShareController.h>
 
-#include <utility>
+#include <array>
 
 #include "Cirrus/Log.h"
 #include "Cirrus/ShareJob.h"
@@ -20,10 +20,6 @@ ShareController::Error underlying(auto error) {
     return ShareController::Error::underlying(anyError(std::move(error)));
 }
 
-std::vector<FailedFile> failedFilesOf(const std::shared_ptr<FileUploader>& uploader) {
-    return uploader ? uploader->failedFiles() : std::vector<FailedFile>();
-}
-
 } // namespace
 
 ShareController::Context::Context(std::vector<std::filesystem::path> files,
@@ -38,6 +34,36 @@ ShareController::Context::Context(std::vector<std::filesystem::path> files,
       email_(repaired(email)),
       emailMessage_(repaired(emailMessage)),
       expiration_(expiration) {}
+
+FailureReason ShareController::Error::reason() const {
+    if (kind_ == Case::missingWebContentLink) {
+        return FailureReason::noLink;
+    }
+    if (!underlying_ || errorAs<FileUploader::Error>(*underlying_) != nullptr) {
+        return FailureReason::filesFailed;
+    }
+    return reasonOf(*underlying_);
+}
+
+std::optional<std::int64_t> ShareController::Error::serviceCode() const {
+    return underlying_ ? serviceCodeOf(*underlying_) : std::nullopt;
+}
+
+std::optional<std::string> ShareController::Error::errorDescription() const {
+    if (underlying_) {
+        return underlying_->held().errorDescription("Something went wrong, please try again.");
+    }
+    return kind_ == Case::missingFile
+               ? "One or more files could not be located by Stashly. Make sure the files are not "
+                 "moved or deleted and try again."
+               : "The files were uploaded, but the shareable link could not be found.";
+}
+
+std::string ShareController::Error::diagnosticText() const {
+    /// In the order of `Case`.
+    constexpr std::array names{"underlying", "missingFile", "missingWebContentLink"};
+    return caseText(names.at(static_cast<std::size_t>(kind_)), underlying_);
+}
 
 ShareController::ShareController(Context context, std::string accessToken)
     : job_(std::make_shared<ShareJob>(std::move(context),
@@ -162,8 +188,9 @@ void ShareJob::prepareFileUpload(const std::string& parentIdentifier) {
             logFailure(name, "Failed to upload file with error ", result.error());
         }
         if (const auto self = job.lock()) {
+            // The uploader is still there: it makes this call.
             result ? self->applyPermissions(parentIdentifier)
-                   : self->fail(underlying(result.error()), failedFilesOf(ended.lock()));
+                   : self->fail(underlying(result.error()), ended.lock()->failedFiles());
         }
     });
     auto observation =

@@ -1,6 +1,5 @@
 #include "Cirrus/ShareJob.h"
 
-#include <cassert>
 #include <utility>
 
 #include <Cirrus/MainQueue.h>

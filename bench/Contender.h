@@ -21,8 +21,8 @@ struct Task {
 /// Nothing, or what went wrong.
 using Outcome = std::expected<void, std::string>;
 
-/// Shares the way a host does: through the public API, with a progress callback, on the built-in
-/// main queue.
+/// Shares the way a host does: through the public API, with a progress callback, on the
+/// thread that runs the main queue.
 [[nodiscard]] Outcome shareWithCirrus(const Task& task);
 
 /// The same requests by hand: for each job one easy handle on one thread, and blocking calls.

@@ -1,8 +1,11 @@
 #pragma once
 
+#include <algorithm>
+#include <cstddef>
 #include <cstdint>
 #include <optional>
 #include <string>
+#include <string_view>
 #include <tuple>
 #include <utility>
 #include <vector>
@@ -11,12 +14,34 @@
 #include <Cirrus/Url.h>
 
 #include "Cirrus/platform/formats/Json.h"
-#include "Cirrus/records/CodingKey.h"
 #include "Cirrus/records/DecodingError.h"
 
 namespace cirrus {
 
-// Each stores a JSON value in a member and returns what the value is not; empty on success.
+// The members of a record as its JSON object spells them are an enumeration, with a function
+// `keyTexts` beside it that gives the texts in the order of the cases.
+
+template <class Key>
+[[nodiscard]] std::string keyText(Key key) {
+    return std::string(keyTexts(key)[static_cast<std::size_t>(key)]);
+}
+
+/// The case of a key text; none unless it is spelled exactly so.
+template <class Key>
+[[nodiscard]] constexpr std::optional<Key> keyFromText(std::string_view text) {
+    constexpr auto texts = keyTexts(Key{});
+    const auto* found = std::ranges::find(texts, text);
+    return found != texts.end() ? std::optional(static_cast<Key>(found - texts.begin()))
+                                : std::nullopt;
+}
+
+/// Keys are texts: no integer stands for one.
+template <class Key>
+[[nodiscard]] constexpr std::optional<Key> keyFromInteger(std::int64_t) {
+    return std::nullopt;
+}
+
+// Each stores a JSON value in a member and returns what is wrong ("not a text"); empty on success.
 [[nodiscard]] std::string readValue(const JsonValue& json, std::string& text);
 [[nodiscard]] std::string readValue(const JsonValue& json, bool& boolean);
 [[nodiscard]] std::string readValue(const JsonValue& json, std::optional<bool>& boolean);

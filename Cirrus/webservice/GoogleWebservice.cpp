@@ -124,8 +124,8 @@ HttpRequest GoogleWebservice::makeRequest(const RequestUrlType& urlType, std::st
     request.headers.emplace_back("Authorization", "Bearer " + accessToken_);
     if (body != nullptr) {
         // Text that is not UTF-8 cannot be written as JSON; the request then goes without a body.
-        if (const auto text = writeJson(*body)) {
-            request.body = std::make_shared<const std::string>(*text);
+        if (auto text = writeJson(*body)) {
+            request.body = std::make_shared<const std::string>(*std::move(text));
         }
         request.headers.emplace_back("Content-Type", "application/json; charset=utf-8");
     }

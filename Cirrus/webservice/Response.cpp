@@ -19,10 +19,19 @@ WebserviceError serviceErrorIn(const std::string& body) {
     return WebserviceError::invalidResponse();
 }
 
-AnyError transportError(TransportError error) {
-    ConnectionError described{std::move(error)};
-    return described.errorDescription() ? anyError(std::move(described))
-                                        : anyError(std::move(described.cause));
+/// What a user can do about an error of the transport.
+std::optional<std::string> textFor(FailureReason reason) {
+    switch (reason) {
+    case FailureReason::offline:
+        return "Could not connect to Google. Check your internet connection and try again.";
+    case FailureReason::timedOut:
+        return "Google did not answer in time. Check your internet connection and try again.";
+    case FailureReason::untrustedConnection:
+        return "The connection to Google is not secure: the server's certificate is not trusted. "
+               "Check your network and the date of this computer.";
+    default:
+        return std::nullopt;
+    }
 }
 
 HeaderFields textHeaders(HeaderFields headers) {
@@ -35,8 +44,10 @@ HeaderFields textHeaders(HeaderFields headers) {
 
 Result<Response, WebserviceError> classify(HttpOutcome outcome) {
     if (outcome.error) {
-        return std::unexpected(
-            WebserviceError::underlyingError(transportError(*std::move(outcome.error))));
+        const auto text = textFor(outcome.error->reason);
+        return std::unexpected(WebserviceError::underlyingError(
+            text ? anyError(ConnectionError{*std::move(outcome.error), *text})
+                 : anyError(*std::move(outcome.error))));
     }
     if (!outcome.response) {
         return std::unexpected(WebserviceError::invalidResponse());

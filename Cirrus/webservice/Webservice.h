@@ -19,9 +19,9 @@
 namespace cirrus {
 
 /// The six Drive operations that a share job needs. Each returns at once and later calls its
-/// completion once, with a value or a `WebserviceError`, on the HTTP session's callback thread;
-/// never if the service object is gone by then. A request in flight keeps the completion alive,
-/// but not the service object. Nothing is retried, logged or cancelled here.
+/// completion once, with a value or a `WebserviceError`, on a thread of `HttpSession::start`; never
+/// if the service object is gone by then, which a request in flight does not keep alive. Nothing is
+/// retried, logged or cancelled here.
 class Webservice {
 public:
     template <class Value>

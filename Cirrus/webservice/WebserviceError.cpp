@@ -36,20 +36,6 @@ FailureReason reasonFor(const AnyError& error) {
 
 } // namespace
 
-std::optional<std::string> ConnectionError::errorDescription() const {
-    switch (cause.reason) {
-    case FailureReason::offline:
-        return "Could not connect to Google. Check your internet connection and try again.";
-    case FailureReason::timedOut:
-        return "Google did not answer in time. Check your internet connection and try again.";
-    case FailureReason::untrustedConnection:
-        return "The connection to Google is not secure: the server's certificate is not trusted. "
-               "Check your network and the date of this computer.";
-    default:
-        return std::nullopt;
-    }
-}
-
 std::string WebserviceError::diagnosticText() const {
     /// In the order of `Case`.
     constexpr std::array names{"serviceError", "decodingError", "underlyingError", "missingData",

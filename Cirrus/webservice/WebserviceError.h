@@ -3,7 +3,6 @@
 #include <cstdint>
 #include <optional>
 #include <string>
-#include <utility>
 
 #include <Cirrus/Error.h>
 #include <Cirrus/Failure.h>
@@ -17,11 +16,12 @@ namespace cirrus {
 
 /// A transport error that the user can do something about, with a text that says what.
 struct ConnectionError {
-    TransportError cause; ///< its reason is one with a text
+    TransportError cause;
+    std::string text;
 
     [[nodiscard]] std::string diagnosticText() const { return cause.diagnosticText(); }
 
-    [[nodiscard]] std::optional<std::string> errorDescription() const;
+    [[nodiscard]] std::optional<std::string> errorDescription() const { return text; }
 };
 
 /// Why a request to the Drive service did not give what it should have given.

@@ -27,7 +27,7 @@ public:
     /// before it returns.
     using WakeUp = std::function<void()>;
 
-    /// Has `wakeUp` called for every task that is posted from now on, and at once if tasks wait
+    /// Has `wakeUp` called for every task that is posted from now on, and once if tasks wait
     /// already; an empty one is not called. The one before is released once no call of it runs.
     static void setWakeUp(WakeUp wakeUp) noexcept;
 
@@ -35,7 +35,8 @@ public:
     static void post(Task task) noexcept;
 
     /// Runs as many tasks as wait now, but at most `most`, on this thread; returns how many it ran.
-    /// May be called from inside a task (a nested event loop).
+    /// There is no further wake-up for what is left. May be called from inside a task (a nested
+    /// event loop).
     static std::size_t drain(std::size_t most = std::numeric_limits<std::size_t>::max()) noexcept;
 
     /// Runs tasks on this thread, waiting for more, until `stop`.

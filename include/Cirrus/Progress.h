@@ -26,16 +26,14 @@ public:
     ~ProgressObservation() = default;
 
     /// Ends the observation; further calls do nothing.
-    void invalidate() { handler_.reset(); }
+    void invalidate() { observer_.reset(); }
 
 private:
     friend class Progress;
-    using Handler = std::function<void(const Progress&)>;
 
-    explicit ProgressObservation(std::shared_ptr<const Handler> handler)
-        : handler_(std::move(handler)) {}
+    explicit ProgressObservation(std::shared_ptr<void> observer) : observer_(std::move(observer)) {}
 
-    std::shared_ptr<const Handler> handler_;
+    std::shared_ptr<void> observer_;
 };
 
 /// A count of work done: units completed out of a fixed total, plus the completed fractions of
@@ -78,6 +76,7 @@ public:
 
 private:
     struct State;
+    struct Observer;
     explicit Progress(std::uint64_t totalUnitCount);
     void childChanged(State& child, double fraction);
     template <class Change>

@@ -1,5 +1,5 @@
 // The main queue as the event loop of real toolkits: callbacks come on its thread while it runs.
-// What polls the descriptor is the host of all other tests.
+// The hosts of all other tests drain it themselves.
 
 #include <gtest/gtest.h>
 

@@ -7,7 +7,6 @@
 #include <clocale>
 
 #include "Cirrus/platform/files/FileContents.h"
-#include "Cirrus/platform/files/SystemFile.h"
 #include "Cirrus/platform/formats/LocalTime.h"
 #include "tests/support/TemporaryFolder.h"
 

@@ -54,8 +54,8 @@ TEST(Response, GivesAllHeadersOrNone) {
 
 TEST(Response, ErrorsHaveWordsForTheUserAndForTheLog) {
     constexpr auto unreadable = "Could not read the response from Google. Please try again.";
-    const auto underlying = [](auto error) {
-        return WebserviceError::underlyingError(anyError(std::move(error)));
+    const auto transport = [](FailureReason reason, int code) {
+        return classify({.error = TransportError{reason, code, "t"}}).error();
     };
     const std::vector<std::tuple<WebserviceError, std::optional<std::string>, std::string>> rows{
         {WebserviceError::serviceError({403, "No."}), "No.", "serviceError(403: No.)"},
@@ -64,19 +64,20 @@ TEST(Response, ErrorsHaveWordsForTheUserAndForTheLog) {
         {WebserviceError::decodingError({"", "bad"}), unreadable, "decodingError(bad)"},
         {WebserviceError::missingData(), unreadable, "missingData"},
         {WebserviceError::invalidResponse(), unreadable, "invalidResponse"},
-        {underlying(ConnectionError{{offline, 7, "t"}}),
+        {transport(offline, 7),
          "Could not connect to Google. Check your internet connection and try again.",
          "underlyingError(noConnection(7: t))"},
-        {underlying(ConnectionError{{timedOut, 28, "t"}}),
+        {transport(timedOut, 28),
          "Google did not answer in time. Check your internet connection and try again.",
          "underlyingError(timedOut(28: t))"},
-        {underlying(ConnectionError{{untrustedConnection, 60, "t"}}),
+        {transport(untrustedConnection, 60),
          "The connection to Google is not secure: the server's certificate is not trusted. Check "
          "your network and the date of this computer.",
          "underlyingError(untrustedCertificate(60: t))"},
-        {underlying(TransportError{other, 0, "t"}), "Something went wrong. Please try again.",
+        {transport(other, 0), "Something went wrong. Please try again.",
          "underlyingError(transportError(0: t))"},
-        {underlying(MuteError()), std::nullopt, "underlyingError(mute)"}};
+        {WebserviceError::underlyingError(anyError(MuteError())), std::nullopt,
+         "underlyingError(mute)"}};
     for (const auto& [error, description, diagnostic] : rows) {
         EXPECT_EQ(error.errorDescription(), description) << diagnostic;
         EXPECT_EQ(error.diagnosticText(), diagnostic);

@@ -8,7 +8,6 @@
 #include <thread>
 
 #include "Cirrus/platform/files/FileContents.h"
-#include "Cirrus/platform/files/SystemFile.h"
 #include "Cirrus/platform/formats/LocalTime.h"
 #include "Cirrus/platform/threads/LibraryThread.h"
 #include <Cirrus/adapters/Win32.h>

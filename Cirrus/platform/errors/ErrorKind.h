@@ -1,6 +1,5 @@
 #pragma once
 
-#include <concepts>
 #include <memory>
 #include <optional>
 #include <string>
@@ -9,13 +8,6 @@
 #include <Cirrus/Error.h>
 
 namespace cirrus {
-
-/// An error kind: a value that can say, for a log, what it is. One with a text for the user has an
-/// `errorDescription` too, whose nullopt means: deliberately no text.
-template <class Kind>
-concept ErrorKind = requires(const Kind& kind) {
-    { kind.diagnosticText() } -> std::convertible_to<std::string>;
-};
 
 class AnyError::Held {
 public:
@@ -27,7 +19,9 @@ public:
     errorDescription(std::optional<std::string> generic) const = 0;
 };
 
-template <ErrorKind Kind>
+/// Holds an error of any kind that has a `diagnosticText`. One with a text for the user has an
+/// `errorDescription` too, whose nullopt means: deliberately no text.
+template <class Kind>
 class HeldError final : public AnyError::Held {
 public:
     explicit HeldError(Kind value) : kind(std::move(value)) {}
@@ -46,13 +40,13 @@ public:
     const Kind kind;
 };
 
-template <ErrorKind Kind>
+template <class Kind>
 AnyError anyError(Kind kind) {
     return AnyError(std::make_shared<const HeldError<Kind>>(std::move(kind)));
 }
 
 /// The held value if it is of this kind, else null. It lives as long as the error.
-template <ErrorKind Kind>
+template <class Kind>
 const Kind* errorAs(const AnyError& error) {
     const auto* const held = dynamic_cast<const HeldError<Kind>*>(&error.held());
     return held != nullptr ? &held->kind : nullptr;

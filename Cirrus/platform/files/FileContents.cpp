@@ -1,12 +1,10 @@
 #include "Cirrus/platform/files/FileContents.h"
 
 #include <cerrno>
-#include <cstdio>
 #include <exception>
 #include <string_view>
 #include <system_error>
 
-#include "Cirrus/platform/files/SystemFile.h"
 #include "Cirrus/platform/formats/Json.h"
 
 namespace cirrus {
@@ -36,17 +34,20 @@ std::string bytesOf(std::FILE* file, std::size_t size) {
 } // namespace
 
 Result<SharedBytes, FileReadError> readFile(const std::filesystem::path& path) {
-    const auto file = openRegularFile(path);
-    if (!file) {
+    const auto [stream, size] = openRegularFile(path);
+    if (!stream) {
         return systemError(errno);
     }
+    if (size > std::string().max_size()) {
+        return systemError(ENOMEM);
+    }
     try {
-        const auto size = static_cast<std::size_t>(fileSize(path).value_or(0));
-        auto bytes = std::make_shared<const std::string>(bytesOf(file.get(), size));
-        return std::ferror(file.get()) == 0 ? Result<SharedBytes, FileReadError>(std::move(bytes))
-                                            : systemError(errno);
+        auto bytes = std::make_shared<const std::string>(
+            bytesOf(stream.get(), static_cast<std::size_t>(size)));
+        return std::ferror(stream.get()) == 0 ? Result<SharedBytes, FileReadError>(std::move(bytes))
+                                              : systemError(errno);
     } catch (const std::exception&) {
-        return systemError(ENOMEM); // too little memory, or too long for a text
+        return systemError(ENOMEM);
     }
 }
 

@@ -32,10 +32,6 @@ CURLM* makeMulti() {
 
 CurlEngine::CurlEngine(Ended ended) : ended_(std::move(ended)), multi_(makeMulti()) {}
 
-CurlEngine::~CurlEngine() {
-    closeAll();
-}
-
 void CurlEngine::submit(std::shared_ptr<HttpTransfer> transfer) {
     const std::scoped_lock lock(mutex_);
     if (isStopping_) {
@@ -62,7 +58,12 @@ void CurlEngine::run() {
         advance();
         wait();
     }
-    closeAll();
+    for (const auto& [easy, transfer] : transfers_) {
+        curl_multi_remove_handle(multi_, easy);
+    }
+    transfers_.clear();
+    const std::scoped_lock lock(mutex_);
+    curl_multi_cleanup(std::exchange(multi_, nullptr));
 }
 
 /// Nullopt once it has to stop.
@@ -77,7 +78,7 @@ void CurlEngine::begin(std::shared_ptr<HttpTransfer> transfer) {
         ended_(std::move(transfer));
         return;
     }
-    auto started = std::make_unique<CurlTransfer>(std::move(transfer), sockets_);
+    auto started = std::make_unique<CurlTransfer>(std::move(transfer), connections_);
     CURL* const easy = started->easy();
     transfers_.emplace(easy, std::move(started));
     if (curl_multi_add_handle(multi_, easy) != CURLM_OK) {
@@ -142,15 +143,6 @@ void CurlEngine::wait() {
     const auto limit = transfers_.empty() ? std::numeric_limits<int>::max()
                                           : std::max(0, static_cast<int>(left.count()));
     curl_multi_poll(multi_, nullptr, 0, limit, nullptr);
-}
-
-void CurlEngine::closeAll() {
-    for (const auto& [easy, transfer] : transfers_) {
-        curl_multi_remove_handle(multi_, easy);
-    }
-    transfers_.clear();
-    const std::scoped_lock lock(mutex_);
-    curl_multi_cleanup(std::exchange(multi_, nullptr));
 }
 
 } // namespace cirrus

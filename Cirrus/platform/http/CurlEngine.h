@@ -10,12 +10,13 @@
 #include <utility>
 #include <vector>
 
+#include "Cirrus/platform/http/ConnectionTable.h"
 #include "Cirrus/platform/http/CurlTransfer.h"
-#include "Cirrus/platform/http/SocketList.h"
 
 namespace cirrus {
 
 /// Carries out any number of transfers at a time with libcurl, on the one thread that is in `run`.
+/// Never destroyed.
 class CurlEngine {
 public:
     using Ended = std::function<void(std::shared_ptr<HttpTransfer>)>;
@@ -23,9 +24,6 @@ public:
     /// `ended` is called in `run` for each transfer that has ended, with its outcome filled in.
     /// Throws `std::system_error` if the system has no descriptor left for it.
     explicit CurlEngine(Ended ended);
-    CurlEngine(const CurlEngine&) = delete;
-    CurlEngine& operator=(const CurlEngine&) = delete;
-    ~CurlEngine();
 
     /// Starts a transfer. Safe from any thread; dropped without a word after `stop`. Throws
     /// `std::system_error`, and starts nothing, if `run` cannot be woken up.
@@ -47,7 +45,6 @@ private:
     void endOverdue();
     void end(CURL* easy, CURLcode code);
     void wait();
-    void closeAll();
 
     const Ended ended_;
 
@@ -56,7 +53,7 @@ private:
     Transfers submitted_;
     bool isStopping_ = false;
 
-    SocketList sockets_;
+    ConnectionTable connections_;
     std::map<CURL*, std::unique_ptr<CurlTransfer>> transfers_;
     Clock::time_point nextLook_;
 };

@@ -25,9 +25,9 @@ constexpr long longestReuse = 15;
 
 } // namespace
 
-CurlTransfer::CurlTransfer(std::shared_ptr<HttpTransfer> transfer, SocketList& allSockets)
+CurlTransfer::CurlTransfer(std::shared_ptr<HttpTransfer> transfer, ConnectionTable& connections)
     : transfer_(std::move(transfer)),
-      allSockets_(allSockets),
+      connections_(connections),
       easy_(curl_easy_init()),
       pacer_(transfer_->request.bodyText()) {
     setGeneralOptions();
@@ -39,6 +39,7 @@ CurlTransfer::CurlTransfer(std::shared_ptr<HttpTransfer> transfer, SocketList& a
 }
 
 CurlTransfer::~CurlTransfer() {
+    connections_.release(*this);
     curl_easy_cleanup(easy_);
     curl_slist_free_all(headerLines_);
     curl_slist_free_all(connectTo_);
@@ -46,7 +47,7 @@ CurlTransfer::~CurlTransfer() {
 
 bool CurlTransfer::mustEnd(Clock::time_point now) {
     // What was only handed to the kernel does not count as moved, so TCP is asked first.
-    const auto moved = traffic().value_or(
+    const auto moved = connections_.traffic(*this).value_or(
         Traffic{.acknowledged = static_cast<std::uint64_t>(get<curl_off_t>(CURLINFO_SIZE_UPLOAD_T)),
                 .received = headSize_ + answer_.size(),
                 .read = 0});
@@ -110,7 +111,7 @@ void CurlTransfer::setCallbacks() {
     set(CURLOPT_OPENSOCKETDATA, this);
     // A kept connection may be closed after this transfer has ended.
     set(CURLOPT_CLOSESOCKETFUNCTION, &CurlTransfer::closeSocket);
-    set(CURLOPT_CLOSESOCKETDATA, &allSockets_);
+    set(CURLOPT_CLOSESOCKETDATA, &connections_);
     set(CURLOPT_HEADERFUNCTION, &CurlTransfer::receiveHeadLine);
     set(CURLOPT_HEADERDATA, this);
     set(CURLOPT_WRITEFUNCTION, &CurlTransfer::receiveBody);
@@ -151,33 +152,22 @@ void CurlTransfer::setRequest() {
 }
 
 void CurlTransfer::setHeaders() {
-    // A name with a colon and nothing behind it keeps libcurl from adding that field itself.
-    std::vector<std::string> lines{"Expect:"};
+    const auto add = [this](const std::string& line) {
+        headerLines_ = curl_slist_append(headerLines_, line.c_str());
+    };
     const auto& fields = transfer_->request.headers;
-    if (!headerValue(fields, "Content-Type")) {
-        lines.emplace_back("Content-Type:");
-    }
     for (const auto& [name, value] : fields) {
         // libcurl would believe a length given here; the body's real length frames the message.
         if (curl_strequal(name.c_str(), "Content-Length") == 0) {
-            lines.push_back(std::string(name).append(value.empty() ? ";" : ": ").append(value));
+            add(std::string(name).append(value.empty() ? ";" : ": ").append(value));
         }
     }
-    for (const auto& line : lines) {
-        headerLines_ = curl_slist_append(headerLines_, line.c_str());
+    // A name with a colon and nothing behind it keeps libcurl from adding that field itself.
+    add("Expect:");
+    if (!headerValue(fields, "Content-Type")) {
+        add("Content-Type:");
     }
     set(CURLOPT_HTTPHEADER, headerLines_);
-}
-
-/// What has moved on its connections; nullopt if the system does not count it.
-std::optional<Traffic> CurlTransfer::traffic() const {
-    std::optional<Traffic> sum;
-    for (const int socket : sockets_) {
-        if (const auto moved = sockets::traffic(socket)) {
-            sum = sum.value_or(Traffic()) + *moved;
-        }
-    }
-    return sum;
 }
 
 /// Those of the final answer, without the ones of interim answers and trailers.
@@ -210,14 +200,12 @@ curl_socket_t CurlTransfer::openSocket(void* self, curlsocktype, curl_sockaddr* 
     if (transfer.mustNotSendAgain()) {
         return CURL_SOCKET_BAD;
     }
-    const int socket =
-        transfer.allSockets_.open(address->family, address->socktype, address->protocol);
-    transfer.sockets_.push_back(socket);
-    return static_cast<curl_socket_t>(socket);
+    return static_cast<curl_socket_t>(transfer.connections_.open(address->family, address->socktype,
+                                                                 address->protocol, transfer));
 }
 
-int CurlTransfer::closeSocket(void* allSockets, curl_socket_t socket) noexcept {
-    static_cast<SocketList*>(allSockets)->close(static_cast<int>(socket));
+int CurlTransfer::closeSocket(void* connections, curl_socket_t socket) noexcept {
+    static_cast<ConnectionTable*>(connections)->close(static_cast<int>(socket));
     return 0;
 }
 
@@ -227,7 +215,7 @@ std::size_t CurlTransfer::receiveHeadLine(const char* bytes, std::size_t, std::s
     const std::string_view line(bytes, count);
     if (transfer.headSize_ == 0) {
         // Bytes behind the answer before can wait within TLS, where `hasInput` does not see them.
-        const auto traffic = transfer.traffic();
+        const auto traffic = transfer.connections_.traffic(transfer);
         if (traffic && traffic->read <= transfer.trafficBefore_.read) {
             transfer.abort("The answer came before its request");
             return CURL_WRITEFUNC_ERROR;
@@ -278,12 +266,11 @@ int CurlTransfer::beginRequest(void* self, char*, char*, int, int localPort) noe
     if (transfer.mustNotSendAgain()) {
         return CURL_PREREQFUNC_ABORT;
     }
-    const int socket = transfer.allSockets_.withLocalPort(localPort);
-    transfer.sockets_ = {socket};
     if (transfer.get<long>(CURLINFO_NUM_CONNECTS) == 0) {
+        const int socket = transfer.connections_.use(localPort, transfer);
         transfer.isConnectionStale_ = socket < 0 || sockets::hasInput(socket);
     }
-    transfer.trafficBefore_ = transfer.traffic().value_or(Traffic());
+    transfer.trafficBefore_ = transfer.connections_.traffic(transfer).value_or(Traffic());
     transfer.hasBegun_ = !transfer.isConnectionStale_;
     return transfer.hasBegun_ ? CURL_PREREQFUNC_OK : CURL_PREREQFUNC_ABORT;
 }

@@ -9,11 +9,9 @@
 #include <optional>
 #include <string>
 #include <string_view>
-#include <vector>
 
+#include "Cirrus/platform/http/ConnectionTable.h"
 #include "Cirrus/platform/http/HttpTransfer.h"
-#include "Cirrus/platform/http/SocketList.h"
-#include "Cirrus/platform/http/Sockets.h"
 #include "Cirrus/platform/http/UploadPacer.h"
 
 namespace cirrus {
@@ -23,7 +21,7 @@ class CurlTransfer {
 public:
     using Clock = std::chrono::steady_clock;
 
-    CurlTransfer(std::shared_ptr<HttpTransfer> transfer, SocketList& allSockets);
+    CurlTransfer(std::shared_ptr<HttpTransfer> transfer, ConnectionTable& connections);
     CurlTransfer(const CurlTransfer&) = delete;
     CurlTransfer& operator=(const CurlTransfer&) = delete;
     ~CurlTransfer();
@@ -53,13 +51,12 @@ private:
     void setRequest();
     void setHeaders();
     [[nodiscard]] HeaderFields receivedHeaders() const;
-    [[nodiscard]] std::optional<Traffic> traffic() const;
     void abort(std::string text, FailureReason reason = FailureReason::other);
     [[nodiscard]] bool mustNotSendAgain();
 
     // libcurl's callbacks; `self` is the transfer.
     static curl_socket_t openSocket(void* self, curlsocktype, curl_sockaddr* address) noexcept;
-    static int closeSocket(void* allSockets, curl_socket_t socket) noexcept;
+    static int closeSocket(void* connections, curl_socket_t socket) noexcept;
     static std::size_t receiveHeadLine(const char* bytes, std::size_t, std::size_t count,
                                        void* self) noexcept;
     static std::size_t receiveBody(const char* bytes, std::size_t, std::size_t count,
@@ -79,8 +76,7 @@ private:
     }
 
     std::shared_ptr<HttpTransfer> transfer_;
-    SocketList& allSockets_;
-    std::vector<int> sockets_; ///< its own; several while it tries more than one address
+    ConnectionTable& connections_;
     CURL* easy_;
     curl_slist* headerLines_ = nullptr;
     curl_slist* connectTo_ = nullptr;

@@ -3,7 +3,6 @@
 #include <cassert>
 #include <chrono>
 #include <system_error>
-#include <utility>
 
 #include <Cirrus/MainQueue.h>
 
@@ -11,9 +10,6 @@
 #include "Cirrus/platform/threads/Process.h"
 
 namespace cirrus {
-
-HttpSession::HttpSession() = default;
-HttpSession::~HttpSession() = default;
 
 HttpSession& HttpSession::shared() {
     // Never destroyed, since requests may still be made while the process exits.
@@ -34,6 +30,7 @@ void HttpSession::start(HttpTransfer transfer) {
         engine_->submit(shared);
     } catch (const std::system_error& error) {
         lock.unlock();
+        shared->request.body = {};
         shared->outcome.error = TransportError{.text = "The system has no thread or descriptor: " +
                                                        error.code().message()};
         MainQueue::post([shared] { shared->completion(std::move(shared->outcome)); });
@@ -54,8 +51,9 @@ void HttpSession::startThreads() {
     if (networkThread_) {
         return;
     }
+    keepLibraryLoaded();
     if (!engine_) {
-        engine_ = std::make_unique<CurlEngine>([this](std::shared_ptr<HttpTransfer> transfer) {
+        engine_ = std::make_shared<CurlEngine>([this](std::shared_ptr<HttpTransfer> transfer) {
             callbacks_.post([this, transfer = std::move(transfer)] { complete(*transfer); });
         });
     }

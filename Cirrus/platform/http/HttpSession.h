@@ -17,20 +17,16 @@ class CurlEngine;
 /// The HTTP client of the process. HTTPS only, HTTP/1.1 on connections that are kept alive; no
 /// cache, no cookies, no redirects; no request is ever sent twice.
 ///
-/// It has two threads, which start with the first request. The network thread drives all transfers;
-/// the callback thread runs their completions one after another, so that a completion that reads a
-/// large file stalls no transfer. Both end when the process exits.
+/// The network thread drives all transfers; the callback thread runs their completions one after
+/// another, so that one that reads a large file stalls no transfer. Both start with the first
+/// request and end when the process exits.
 class HttpSession {
 public:
     static HttpSession& shared();
 
-    HttpSession(const HttpSession&) = delete;
-    HttpSession& operator=(const HttpSession&) = delete;
-
-    /// Starts a transfer and returns at once; it cannot be stopped any more. Its completion is
-    /// called once, on the callback thread, after the body of the request has been released. If
-    /// the system has no thread or descriptor for the session, the completion gets that error on
-    /// the main queue, and the next transfer tries again. Safe from any thread.
+    /// Starts a transfer and returns at once. Its completion is called once, on the callback
+    /// thread, after the body of the request has been released; or on the main queue, if the system
+    /// has no thread or descriptor, which the next transfer tries again. Safe from any thread.
     void start(HttpTransfer transfer);
 
     /// Waits until no transfer is in flight and no completion runs. For tests; not on the callback
@@ -40,8 +36,7 @@ public:
 private:
     friend void connectToTestServer(std::optional<TestServer> server);
 
-    HttpSession();
-    ~HttpSession();
+    HttpSession() = default;
     void startThreads();
     void stop();
     void complete(HttpTransfer& transfer);
@@ -51,7 +46,7 @@ private:
 
     std::mutex mutex_;                         ///< guards what follows
     std::shared_ptr<const TestServer> server_; ///< null: the real network
-    std::unique_ptr<CurlEngine> engine_;
+    std::shared_ptr<CurlEngine> engine_;
     std::unique_ptr<LibraryThread> callbackThread_;
     std::unique_ptr<LibraryThread> networkThread_; ///< the last to start
 };

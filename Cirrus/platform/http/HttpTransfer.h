@@ -53,7 +53,7 @@ struct HttpResponse {
 struct TransportError {
     /// One of `offline`, `timedOut`, `untrustedConnection`, `connectionLost` and `other`.
     FailureReason reason = FailureReason::other;
-    /// libcurl's error code; 0 if the error was found without libcurl.
+    /// libcurl's error code; 0 if it has none that tells.
     int code = 0;
     std::string text;
 

@@ -10,12 +10,6 @@ struct Traffic {
     std::uint64_t acknowledged = 0; ///< sent, and the peer's system has it
     std::uint64_t received = 0;
     std::uint64_t read = 0; ///< received, and taken from the system
-
-    friend Traffic operator+(const Traffic& left, const Traffic& right) {
-        return {.acknowledged = left.acknowledged + right.acknowledged,
-                .received = left.received + right.received,
-                .read = left.read + right.read};
-    }
 };
 
 namespace sockets {

@@ -1,6 +1,7 @@
 #include <Cirrus/Progress.h>
 
 #include <algorithm>
+#include <atomic>
 #include <cmath>
 #include <mutex>
 #include <utility>
@@ -15,6 +16,11 @@ namespace {
 constexpr double finestShare = 1.0 / (1U << 20U);
 
 } // namespace
+
+struct Progress::Observer {
+    Handler handler;
+    std::atomic<bool> hasEnded = false;
+};
 
 struct Progress::State {
     explicit State(std::uint64_t total) : totalUnitCount(total) {}
@@ -35,7 +41,7 @@ struct Progress::State {
     std::uint64_t completedUnitCount = 0;
     double childrenShare = 0; ///< in units
     bool isFinished = false;
-    std::vector<std::weak_ptr<const Handler>> observers;
+    std::vector<std::weak_ptr<Observer>> observers;
     std::weak_ptr<Progress> parent;
     bool hasParent = false;
 
@@ -101,11 +107,13 @@ void Progress::childChanged(State& child, double fraction) {
 }
 
 ProgressObservation Progress::observe(Handler handler) const {
-    auto observer = std::make_shared<const Handler>(std::move(handler));
+    const auto observer = std::make_shared<Observer>(std::move(handler));
     const std::scoped_lock lock(state_->mutex);
     std::erase_if(state_->observers, [](const auto& known) { return known.expired(); });
     state_->observers.push_back(observer);
-    return ProgressObservation(std::move(observer));
+    // A call of the observer that runs keeps it alive, so its end has to be said as well.
+    return ProgressObservation(
+        std::shared_ptr<void>(nullptr, [observer](auto) { observer->hasEnded = true; }));
 }
 
 /// Notifies the observers and the parent if the fraction has changed. Without the lock, since both
@@ -113,7 +121,7 @@ ProgressObservation Progress::observe(Handler handler) const {
 template <class Change>
 void Progress::change(const Change& apply) {
     double fraction = 0;
-    std::vector<std::weak_ptr<const Handler>> observers;
+    std::vector<std::weak_ptr<Observer>> observers;
     std::shared_ptr<Progress> parent;
     {
         const std::scoped_lock lock(state_->mutex);
@@ -127,8 +135,8 @@ void Progress::change(const Change& apply) {
         parent = state_->parent.lock();
     }
     for (const auto& known : observers) {
-        if (const auto observer = known.lock()) {
-            (*observer)(*this);
+        if (const auto observer = known.lock(); observer && !observer->hasEnded) {
+            observer->handler(*this);
         }
     }
     if (parent) {

@@ -26,12 +26,6 @@ LibraryThread::LibraryThread(std::function<void()> body) {
     withSignalsBlocked([&] { thread_ = std::thread(std::move(run)); });
 }
 
-LibraryThread::~LibraryThread() {
-    if (thread_.joinable()) {
-        thread_.detach();
-    }
-}
-
 bool LibraryThread::join(std::chrono::milliseconds bound) {
     if (!thread_.joinable()) {
         return true;

@@ -7,15 +7,12 @@
 
 namespace cirrus {
 
-/// A thread of the library, with every signal blocked, since signals belong to the host.
+/// A thread of the library, with every signal blocked, since signals belong to the host. Must be
+/// joined before it is destroyed.
 class LibraryThread {
 public:
     /// Throws `std::system_error` if the system refuses a thread.
     explicit LibraryThread(std::function<void()> body);
-    LibraryThread(const LibraryThread&) = delete;
-    LibraryThread& operator=(const LibraryThread&) = delete;
-    /// Detaches the thread unless it was joined.
-    ~LibraryThread();
 
     /// Waits until the thread has ended and its thread-local data is freed, but no longer than
     /// `bound`, and not if it is the caller. False if it may still be there.

@@ -17,7 +17,6 @@ std::atomic<void (*)()> exitHandler = nullptr;
 void atProcessExit(void (*handler)()) {
     process = currentProcess();
     exitHandler = handler;
-    keepLibraryLoaded();
     static_cast<void>(std::atexit([] {
         if (process == currentProcess()) {
             isExiting = true;

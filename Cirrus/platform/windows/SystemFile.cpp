@@ -1,11 +1,11 @@
-#include "Cirrus/platform/files/SystemFile.h"
-
 #include <fcntl.h>
 #include <io.h>
 #include <sys/stat.h>
 #include <windows.h>
 
 #include <cerrno>
+
+#include "Cirrus/platform/files/FileContents.h"
 
 namespace cirrus {
 
@@ -24,17 +24,19 @@ std::wstring longForm(const std::filesystem::path& path) {
 
 } // namespace
 
-std::unique_ptr<std::FILE, int (*)(std::FILE*)> openRegularFile(const std::filesystem::path& path) {
+OpenFile openRegularFile(const std::filesystem::path& path) {
     constexpr int flags = _O_RDONLY | _O_BINARY | _O_NOINHERIT;
-    const int descriptor = ::_wopen(longForm(path).c_str(), flags);
+    const int file = ::_wopen(longForm(path).c_str(), flags);
     struct _stat64 attributes{};
-    const bool isOpen = descriptor >= 0 && ::_fstat64(descriptor, &attributes) == 0;
-    if (isOpen && (attributes.st_mode & _S_IFMT) != _S_IFREG) {
-        ::_close(descriptor);
-        errno = EINVAL;
-        return {nullptr, &std::fclose};
+    const bool isOpen = file >= 0 && ::_fstat64(file, &attributes) == 0;
+    const bool isRegular = isOpen && (attributes.st_mode & _S_IFMT) == _S_IFREG;
+    OpenFile opened{.stream = {isRegular ? ::_fdopen(file, "rb") : nullptr, &std::fclose},
+                    .size = static_cast<std::uint64_t>(attributes.st_size)};
+    if (!opened.stream && file >= 0) {
+        ::_close(file);
+        errno = isOpen && !isRegular ? EINVAL : errno;
     }
-    return {isOpen ? ::_fdopen(descriptor, "rb") : nullptr, &std::fclose};
+    return opened;
 }
 
 std::optional<std::uint64_t> fileSize(const std::filesystem::path& path) {
