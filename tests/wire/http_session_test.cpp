@@ -54,7 +54,6 @@ protected:
     /// What one exchange comes to: the status, or the error.
     static std::string attempt(std::string_view url = drive) {
         const auto outcome = perform(request(url));
-        EXPECT_NE(outcome.response.has_value(), outcome.error.has_value());
         return outcome.error ? outcome.error->diagnosticText()
                              : std::to_string(outcome.response.value().statusCode);
     }
@@ -64,58 +63,56 @@ protected:
 };
 
 TEST_F(HttpSessionTest, RefusesUnsafeRequestsBeforeTheyReachTheNetwork) {
-    std::vector<HttpRequest> unsafe{request(drive, {{"secret\n", "x"}})};
+    const auto refusalOf = [](std::string_view url, const HeaderFields& headers) {
+        return perform(request(url, headers)).error.value().text;
+    };
     for (const auto* url :
          {"http://www.googleapis.com/", "file:///etc/hosts", "/relative", "//h/"}) {
-        unsafe.push_back(request(url, {{"Authorization", "Bearer secret"}}));
+        EXPECT_EQ(refusalOf(url, {{"Authorization", "Bearer secret"}}),
+                  "The URL is not an absolute HTTPS URL");
     }
-    for (const auto& value : {"secret\r\nX: y"s, "secret\n"s, "secret\0"s, "secret\x7f"s}) {
-        unsafe.push_back(request(drive, {{"Authorization", value}}));
-    }
-    for (const auto& refused : unsafe) {
-        const auto text = perform(refused).error.value().diagnosticText();
-        EXPECT_TRUE(text.ends_with("The URL is not an absolute HTTPS URL)") ||
-                    text.ends_with("A header field holds a control character)"))
-            << text;
+    const std::vector<HeaderFields> unsafe{{{"secret\n", "x"}},
+                                           {{"X", "secret\r\nX: y"}},
+                                           {{"X", "secret\n"}},
+                                           {{"X", "secret\0"s}},
+                                           {{"X", "secret\x7f"}}};
+    for (const auto& headers : unsafe) {
+        EXPECT_EQ(refusalOf(drive, headers), "A header field holds a control character");
     }
     EXPECT_EQ(emulator_.snapshot().connectionsAccepted, 0U);
 }
 
 TEST_F(HttpSessionTest, GivesEachAnswerAsItCame) {
-    const std::vector<std::tuple<Answer, std::optional<std::string>, HeaderFields>> rows{
-        {Answer{.status = 302, .headers = {{"Location", drive}}, .body = ""},
+    const auto raw = [](std::string bytes) { return Answer{.raw = std::move(bytes)}; };
+    const std::vector<std::tuple<Answer, int, std::optional<std::string>, HeaderFields>> rows{
+        {raw("HTTP/1.1 302 Found\r\nLocation: /x\r\nContent-Length: 0\r\n\r\n"),
+         302,
          "",
-         {{"LOCATION", drive}, {"content-length", "0"}}},
-        {Answer{
-             .raw =
-                 "HTTP/1.1 100 Continue\r\nX-A: 1\r\n\r\nHTTP/1.1 103 Early Hints\r\nX-B: 1\r\n\r\n"
-                 "HTTP/1.1 200 OK\r\nx-b: 2\r\nContent-Length: 1\r\n\r\nx"},
+         {{"Location", "/x"}, {"Content-Length", "0"}}},
+        {raw("HTTP/1.1 100 Continue\r\nX-A: 1\r\n\r\nHTTP/1.1 103 Early Hints\r\nX-B: 1\r\n\r\n"
+             "HTTP/1.1 200 OK\r\nx-b: 2\r\nContent-Length: 1\r\n\r\nx"),
+         200,
          "x",
-         {{"X-B", "2"}, {"Content-Length", "1"}}},
-        {Answer{.raw = "HTTP/1.1 200 OK\r\nX-A: 1\r\n\t 2 \r\n \r\nTransfer-Encoding: chunked\r\n"
-                       "Trailer: X-B\r\n\r\n1\r\nx\r\n0\r\nX-B: 3\r\n\r\n"},
-         "x",
-         {{"X-A", "1 2"}, {"Transfer-Encoding", "chunked"}, {"Trailer", "X-B"}}},
-        {Answer{.status = 404,
-                .headers = {{"Vary", "a"}, {"X", ""}, {"vary", "b, c"}},
-                .body = "no\0"s},
+         {{"x-b", "2"}, {"Content-Length", "1"}}},
+        {raw("HTTP/1.1 404 No\r\nVary: a\r\nX-A: 1\r\n\t 2 \r\n \r\nX:\r\nvary: b, c\r\n"
+             "Transfer-Encoding: chunked\r\n\r\n3\r\nno\0\r\n0\r\nX-B: 3\r\n\r\n"s),
+         404,
          "no\0"s,
-         {{"Vary", "a, b, c"}, {"X", ""}, {"Content-Length", "3"}}},
-        {Answer{.status = 204}, std::nullopt, {}},
-        {Answer{.body = ""}, "", {{"Content-Length", "0"}}}};
-    for (const auto& [answer, body, headers] : rows) {
-        SCOPED_TRACE(answer.status);
+         {{"Vary", "a"},
+          {"X-A", "1 2"},
+          {"X", ""},
+          {"vary", "b, c"},
+          {"Transfer-Encoding", "chunked"}}},
+        {Answer{.status = 204}, 204, std::nullopt, {}}};
+    for (const auto& [answer, status, body, headers] : rows) {
+        SCOPED_TRACE(status);
         answerWith(answer);
-        auto outcome = perform(request());
-        EXPECT_EQ(outcome.response.value().statusCode, answer.status);
+        const auto outcome = perform(request());
+        EXPECT_EQ(outcome.response.value().statusCode, status);
+        EXPECT_EQ(outcome.response->headers, headers);
         EXPECT_EQ(outcome.body, body);
-        for (const auto& [name, value] : outcome.response->headers) {
-            EXPECT_TRUE(headerValue(headers, name)) << name;
-        }
-        for (const auto& [name, value] : headers) {
-            EXPECT_EQ(headerValue(outcome.response->headers, name), value) << name;
-        }
     }
+    EXPECT_EQ(headerValue({{"Vary", "a"}, {"X", ""}, {"vary", "b, c"}}, "VARY"), "a, b, c");
     EXPECT_EQ(emulator_.snapshot().requests.size(), rows.size());
 }
 
@@ -142,20 +139,21 @@ TEST_F(HttpSessionTest, SendsWhatIsAskedAndNothingMore) {
     EXPECT_EQ(emulator_.snapshot().protocolsOffered, "\x08http/1.1");
 }
 
-TEST_F(HttpSessionTest, ReportsProgressUpToExactlyOne) {
+TEST_F(HttpSessionTest, ReportsProgressUpToExactlyOneIfItSucceeds) {
     const auto lost = emulator::hangUp(Ending::reset);
-    for (const auto& [answer, size, expected] :
-         {std::tuple(Answer{.body = ""}, 3'000'001, 1), {Answer{.body = ""}, 0, 1}, {lost, 0, 0}}) {
+    for (const auto& [answer, size, expected] : {std::tuple(Answer{.body = ""}, 3'000'001U, 1),
+                                                 {Answer{.body = ""}, 0U, 1},
+                                                 {lost, 0U, 0}}) {
         answerWith(answer);
-        Awaited<double> end;
-        const auto progress = Progress::create(static_cast<std::uint64_t>(size));
+        const auto progress = Progress::create(size);
         double last = 0;
         const auto observation = progress->observe([&last](const Progress& changed) {
-            EXPECT_GT(changed.fractionCompleted(),
-                      std::exchange(last, changed.fractionCompleted()));
+            const double fraction = changed.fractionCompleted();
+            EXPECT_GT(fraction, std::exchange(last, fraction));
         });
+        Awaited<double> end;
         start(
-            request(drive, {}, std::string(static_cast<std::size_t>(size), 'x')),
+            request(drive, {}, std::string(size, 'x')),
             [&](const auto&) { end.give(progress->fractionCompleted()); }, progress);
         EXPECT_EQ(end.take(), expected);
     }
