@@ -2,10 +2,9 @@
 
 #include <gtest/gtest.h>
 
+#include <future>
 #include <memory>
 #include <thread>
-
-#include "tests/support/Waiting.h"
 
 namespace cirrus::tests {
 namespace {
@@ -41,10 +40,10 @@ TEST(MainQueue, RunsUntilItIsStopped) {
     MainQueue::run();
     EXPECT_EQ(order, "a");
     EXPECT_EQ(MainQueue::drain(), 1U);
-    Awaited<std::thread::id> runner;
+    std::promise<std::thread::id> runner;
     std::jthread thread(MainQueue::run);
-    MainQueue::post([&] { runner.give(std::this_thread::get_id()); });
-    EXPECT_EQ(runner.take(), thread.get_id());
+    MainQueue::post([&] { runner.set_value(std::this_thread::get_id()); });
+    EXPECT_EQ(runner.get_future().get(), thread.get_id());
     MainQueue::stop();
 }
 

@@ -1,11 +1,11 @@
 #include <gtest/gtest.h>
 
 #include <functional>
+#include <future>
 
 #include "Cirrus/platform/formats/Json.h"
 #include "Cirrus/platform/http/HttpSession.h"
 #include "Cirrus/webservice/GoogleWebservice.h"
-#include "tests/support/Waiting.h"
 #include <Cirrus/emulator/LocalDrive.h>
 
 namespace cirrus::tests {
@@ -23,10 +23,10 @@ protected:
     /// Calls an operation and waits for its result.
     template <class Value>
     auto call(auto operation, const auto&... arguments) {
-        Awaited<Result<Value, WebserviceError>> result;
+        std::promise<Result<Value, WebserviceError>> result;
         std::invoke(operation, *service_, arguments...,
-                    [&result](auto value) { result.give(std::move(value)); });
-        return result.take().value();
+                    [&result](auto value) { result.set_value(std::move(value)); });
+        return result.get_future().get();
     }
 
     void answerWith(const emulator::Answer& answer) {
