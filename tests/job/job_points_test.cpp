@@ -54,14 +54,14 @@ struct SteppedJob {
     bool advance() {
         if (queued > 0) {
             --queued;
-            MainQueue::drain(1);
-        } else if (!requests.empty()) {
-            const auto request = std::move(requests.back());
-            requests.pop_back();
-            request.answer(request.step != failing);
-        } else {
+            return MainQueue::drain(1) > 0;
+        }
+        if (requests.empty()) {
             return false;
         }
+        const auto request = std::move(requests.back());
+        requests.pop_back();
+        request.answer(request.step != failing);
         return true;
     }
 

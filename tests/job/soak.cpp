@@ -31,6 +31,11 @@ thread_local bool isInHostCall = false;
 
 /// Runs tasks one after another, on a thread as the library has them.
 struct Worker {
+    ~Worker() {
+        tasks.stop();
+        thread.join(patience);
+    }
+
     TaskQueue tasks;
     LibraryThread thread{[this] {
         while (const auto task = tasks.wait()) {
@@ -209,11 +214,7 @@ int main(int count, char** arguments) {
     cirrus::tests::workers.resize(2);
     const auto broken = cirrus::tests::soak(count > 1 ? std::stoul(arguments[1]) : 100'000,
                                             count > 2 ? std::stoul(arguments[2]) : 1);
-    // With what libraries keep for each thread.
-    for (auto& worker : cirrus::tests::workers) {
-        worker.tasks.stop();
-        worker.thread.join(cirrus::tests::patience);
-    }
+    cirrus::tests::workers.clear(); // with what libraries keep for each thread
     std::cerr << broken;
     return broken.empty() ? 0 : 1;
 }

@@ -49,6 +49,14 @@ TEST(FileContents, NameTheLastComponentOfAPath) {
     }
 }
 
+TEST(FileContents, AreReadToTheirEndWhateverSizeIsReported) {
+    // The first reports no size, the second a page for a few bytes.
+    for (const auto* path : {"/proc/version", "/sys/devices/system/cpu/possible"}) {
+        std::ifstream file(path);
+        EXPECT_EQ(**readFile(path), std::string(std::istreambuf_iterator(file), {}));
+    }
+}
+
 TEST(FileContents, FailWithTheSystemsReason) {
     const TemporaryFolder folder;
     const auto fifo = folder.path() / "fifo";

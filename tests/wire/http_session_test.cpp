@@ -71,13 +71,12 @@ TEST_F(HttpSessionTest, RefusesUnsafeRequestsBeforeTheyReachTheNetwork) {
         EXPECT_EQ(refusalOf(url, {{"Authorization", "Bearer secret"}}),
                   "The URL is not an absolute HTTPS URL");
     }
-    const std::vector<HeaderFields> unsafe{{{"secret\n", "x"}},
-                                           {{"X", "secret\r\nX: y"}},
-                                           {{"X", "secret\n"}},
-                                           {{"X", "secret\0"s}},
-                                           {{"X", "secret\x7f"}}};
-    for (const auto& headers : unsafe) {
-        EXPECT_EQ(refusalOf(drive, headers), "A header field holds a control character");
+    for (const auto& [name, value] : {std::pair("X\n"s, "x"s),
+                                      {"X", "x\r\nY: y"},
+                                      {"X", "x\n"},
+                                      {"X", "x\0"s},
+                                      {"X", "x\x7f"}}) {
+        EXPECT_EQ(refusalOf(drive, {{name, value}}), "A header field holds a control character");
     }
     EXPECT_EQ(emulator_.snapshot().connectionsAccepted, 0U);
 }
@@ -85,10 +84,6 @@ TEST_F(HttpSessionTest, RefusesUnsafeRequestsBeforeTheyReachTheNetwork) {
 TEST_F(HttpSessionTest, GivesEachAnswerAsItCame) {
     const auto raw = [](std::string bytes) { return Answer{.raw = std::move(bytes)}; };
     const std::vector<std::tuple<Answer, int, std::optional<std::string>, HeaderFields>> rows{
-        {raw("HTTP/1.1 302 Found\r\nLocation: /x\r\nContent-Length: 0\r\n\r\n"),
-         302,
-         "",
-         {{"Location", "/x"}, {"Content-Length", "0"}}},
         {raw("HTTP/1.1 100 Continue\r\nX-A: 1\r\n\r\nHTTP/1.1 103 Early Hints\r\nX-B: 1\r\n\r\n"
              "HTTP/1.1 200 OK\r\nx-b: 2\r\nContent-Length: 1\r\n\r\nx"),
          200,
@@ -140,11 +135,9 @@ TEST_F(HttpSessionTest, SendsWhatIsAskedAndNothingMore) {
 }
 
 TEST_F(HttpSessionTest, ReportsProgressUpToExactlyOneIfItSucceeds) {
-    const auto lost = emulator::hangUp(Ending::reset);
-    for (const auto& [answer, size, expected] : {std::tuple(Answer{.body = ""}, 3'000'001U, 1),
-                                                 {Answer{.body = ""}, 0U, 1},
-                                                 {lost, 0U, 0}}) {
-        answerWith(answer);
+    for (const auto& [status, size, expected] :
+         {std::tuple(200U, 3'000'001U, 1), {200U, 0U, 1}, {403U, 0U, 0}}) {
+        answerWith({.status = status, .body = ""});
         const auto progress = Progress::create(size);
         double last = 0;
         const auto observation = progress->observe([&last](const Progress& changed) {
