@@ -69,15 +69,14 @@ TYPED_TEST(EventLoopTest, CallsBackOnItsThreadWhileItRuns) {
     EXPECT_TRUE(unheard->results.empty());
 }
 
-TYPED_TEST(EventLoopTest, DestroysEveryTaskOnItsThread) {
+TYPED_TEST(EventLoopTest, RunsEveryTaskOnItsThread) {
     int left = 1000;
-    const auto loopThread = std::this_thread::get_id();
-    const std::jthread poster([&, count = left]() mutable {
-        while (count-- > 0) {
-            MainQueue::post([held = std::shared_ptr<void>(nullptr, [&](auto) {
-                                 EXPECT_EQ(std::this_thread::get_id(), loopThread);
-                                 --left;
-                             })] {});
+    const std::jthread poster([&, count = left, loopThread = std::this_thread::get_id()] {
+        for (int number = 0; number < count; ++number) {
+            MainQueue::post([&, loopThread] {
+                EXPECT_EQ(std::this_thread::get_id(), loopThread);
+                --left;
+            });
         }
     });
     while (left > 0) {

@@ -19,11 +19,6 @@ namespace {
 
 constexpr int kept = 7; ///< the exit status of a process in which every promise was kept
 
-class ProcessTest : public testing::Test {
-protected:
-    ProcessTest() { GTEST_FLAG_SET(death_test_style, "threadsafe"); }
-};
-
 /// A job while `refuse` is in force fails with words for the user; the next one works.
 [[noreturn]] void shareWhile(void (*refuse)(), void (*permit)()) {
     Host host;
@@ -50,7 +45,8 @@ void setDescriptorLimit(rlim_t limit) {
     ::setrlimit(RLIMIT_NOFILE, &limits);
 }
 
-TEST_F(ProcessTest, GoesOnAfterAJobThatFoundNoThreadOrNoDescriptor) {
+TEST(ProcessTest, GoesOnAfterAJobThatFoundNoThreadOrNoDescriptor) {
+    GTEST_FLAG_SET(death_test_style, "threadsafe");
     EXPECT_EXIT(shareWhile([] { setStackSize(1UL << 50U); }, [] { setStackSize(1UL << 20U); }),
                 testing::ExitedWithCode(kept), "");
 #ifndef __SANITIZE_ADDRESS__ // which needs descriptors itself, to look at memory
@@ -91,7 +87,8 @@ TEST(Endurance, AThousandJobsLeaveNoMoreThanTheFirstFewHundred) {
     EXPECT_LE(after[2] - before[2], 128 * 1024 * (1 + 2 * stale)) << "bytes";
 }
 
-TEST_F(ProcessTest, LeavesAForkedChildAlone) {
+TEST(ProcessTest, LeavesAForkedChildAlone) {
+    GTEST_FLAG_SET(death_test_style, "threadsafe");
     const auto exitInBoth = [] {
         // The handler would wait for threads, or for locks that they held, which do not exist in
         // the child. This one says where it runs.

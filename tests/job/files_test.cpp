@@ -96,9 +96,7 @@ TEST(Files, UnderALeaseAreReadOnceItIsGivenBackUnlessTheJobHasEnded) {
         }
         ::close(file);
         Host::settle();
-        while (!endsMeanwhile && heard->results.empty()) {
-            Host::settle();
-        }
+        EXPECT_TRUE(pumpUntil([&] { return endsMeanwhile || !heard->results.empty(); }));
         EXPECT_EQ(heard->results.empty(), endsMeanwhile);
         EXPECT_EQ(host.uploadedFiles(), endsMeanwhile ? Files() : Files{"file=bytes"});
     }

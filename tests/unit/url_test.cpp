@@ -55,15 +55,5 @@ TEST(Url, ReplacesTheWholeQuery) {
     EXPECT_EQ(UrlBuilder::replacingQuery(url("/p?x"), {}).text(), "/p");
 }
 
-TEST(Url, IsHttpsOnlyWithASchemeAndAHost) {
-    for (const auto* text : {"https://h", "HTTPS://x/y?z", "hTtPs://u@h:1", "https://[::1]/"}) {
-        EXPECT_TRUE(UrlBuilder::isHttps(url(text))) << text;
-    }
-    for (const auto* text : {"http://h", "httpss://h", "file:///etc/hosts", "//h/x", "https",
-                             "/https://h", "https:/x", "https:x", "https://", "https:///x"}) {
-        EXPECT_FALSE(UrlBuilder::isHttps(url(text))) << text;
-    }
-}
-
 } // namespace
 } // namespace cirrus::tests

@@ -22,7 +22,7 @@ class Files : public testing::Test {
 protected:
     Files() { std::filesystem::create_directory(path); }
 
-    ~Files() override { std::filesystem::remove_all(LR"(\\?\)" + path.native()); }
+    ~Files() override { std::filesystem::remove_all(path); }
 
     const std::filesystem::path path =
         std::filesystem::temp_directory_path() / std::to_string(::GetCurrentProcessId());
@@ -43,6 +43,10 @@ TEST_F(Files, AreReadWhateverTheirPath) {
         ASSERT_TRUE(contents) << contents.error().diagnosticText();
         EXPECT_EQ(**contents, bytes);
         EXPECT_EQ(lastPathComponent(file), "ж 1.bin");
+        ::DeleteFileW((LR"(\\?\)" + file.native()).c_str());
+    }
+    for (; deep.size() > path.native().size() + 4; deep.resize(deep.rfind(L'\\'))) {
+        ::RemoveDirectoryW(deep.c_str());
     }
 }
 

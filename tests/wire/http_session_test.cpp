@@ -67,7 +67,8 @@ TEST_F(HttpSessionTest, RefusesUnsafeRequestsBeforeTheyReachTheNetwork) {
         return perform(request(url, headers)).error.value().text;
     };
     for (const auto* url :
-         {"http://www.googleapis.com/", "file:///etc/hosts", "/relative", "//h/"}) {
+         {"http://www.googleapis.com/", "httpss://h", "file:///etc/hosts", "//h/x", "https",
+          "/https://h", "https:/x", "https:x", "https://", "https:///x"}) {
         EXPECT_EQ(refusalOf(url, {{"Authorization", "Bearer secret"}}),
                   "The URL is not an absolute HTTPS URL");
     }
@@ -201,8 +202,7 @@ TEST_F(HttpSessionTest, CompletesOnOneThreadOfItsOwnWithAllSignalsBlocked) {
 }
 
 TEST_F(HttpSessionTest, TakesNoTimeOfTheProcessorWhileItWaits) {
-    constexpr std::chrono::milliseconds delay(500);
-    answerWith({.body = "", .delay = delay});
+    answerWith({.body = "", .delay = std::chrono::milliseconds(500)});
     perform(request()); // and connects
     const std::clock_t before = std::clock();
     perform(request());

@@ -88,19 +88,5 @@ TEST_F(RequestsTest, GiveTheAddressOfAnUploadOrFail) {
     }
 }
 
-TEST_F(RequestsTest, AreRefusedAsDriveRefusesThem) {
-    const auto file = emulator_.addFolder("f").value();
-    const auto grant = [&](const char* role, std::optional<std::string> email) {
-        const auto result = call<Permission>(&Webservice::createPermission, file, role, "anyone",
-                                             email, std::nullopt, std::nullopt);
-        return result ? std::nullopt : result.error().serviceCode();
-    };
-    EXPECT_EQ(grant("reader", {}), std::nullopt);
-    EXPECT_EQ(grant("reader", "a@b.example"), 400);
-    EXPECT_EQ(grant("Reader", {}), 400);
-    service_ = std::make_shared<GoogleWebservice>("wrong");
-    EXPECT_EQ(grant("reader", {}), 401);
-}
-
 } // namespace
 } // namespace cirrus::tests
