@@ -83,8 +83,7 @@ TEST(Configuration, NamesTheSourceLineThatWroteEachLineOfAJob) {
         host.makeController({host.folder().write("one", "first"), host.folder().path() / "none"});
     Host::uploadAndWait(*controller);
     controller->cancel();
-    constexpr int linesOfThisJob = 23;
-    EXPECT_EQ(count, linesOfThisJob);
+    EXPECT_EQ(count, 23);
     Configuration::setLog(makeLogSink([](auto&&...) {}));
 }
 

@@ -75,10 +75,7 @@ struct SteppedJob {
     std::weak_ptr<int> captured;
 };
 
-/// What the host does at once, in this order.
-struct Act {
-    bool cancels, uploadsAgain, destroys;
-};
+enum Act { cancels, cancelsAndDestroys, cancelsAndUploads, destroys, uploadsAgain, doesNothing };
 
 /// Lets the host act after this many events; false if nothing happens any more by then.
 bool actAt(int point, Act act, std::optional<Step> failing) {
@@ -91,29 +88,29 @@ bool actAt(int point, Act act, std::optional<Step> failing) {
     const int requests = stepped.requestCount;
     const int queued = stepped.queued;
     int callbacksOfOther = 0;
-    if (act.cancels) {
+    if (act == cancels || act == cancelsAndDestroys || act == cancelsAndUploads) {
         stepped.job->cancel();
     }
-    if (act.uploadsAgain) {
+    if (act == uploadsAgain || act == cancelsAndUploads) {
         stepped.upload(callbacksOfOther);
     }
-    EXPECT_TRUE(!(act.cancels || act.uploadsAgain) || stepped.captured.expired())
+    EXPECT_TRUE(act == destroys || act == doesNothing || stepped.captured.expired())
         << "callbacks are released at once";
-    if (act.destroys) {
+    if (act == destroys || act == cancelsAndDestroys) {
         stepped.job.reset();
     }
     while (stepped.advance()) {
     }
-    if (act.cancels || act.uploadsAgain || act.destroys) {
-        EXPECT_EQ(stepped.callbackCount, callbacks + (act.cancels || act.uploadsAgain ? 0 : queued))
-            << "destroying makes the calls that are queued, and nothing else makes any";
-    } else {
+    if (act == doesNothing) {
         EXPECT_EQ(stepped.callbackCount, !failing || *failing >= Step::content ? 5 : 1)
             << "each completes once, those that send files after 4 calls for their progress";
+    } else {
+        EXPECT_EQ(stepped.callbackCount, callbacks + (act == destroys ? queued : 0))
+            << "destroying makes the calls that are queued, and nothing else makes any";
     }
-    EXPECT_TRUE(!(act.cancels && act.destroys) || stepped.requestCount == requests)
+    EXPECT_TRUE(act != cancelsAndDestroys || stepped.requestCount == requests)
         << "no further request";
-    EXPECT_EQ(callbacksOfOther > 0, act.uploadsAgain && !act.cancels)
+    EXPECT_EQ(callbacksOfOther > 0, act == uploadsAgain)
         << "new callbacks get their calls, but not of a job that was cancelled";
     EXPECT_TRUE(stepped.captured.expired());
     return isOnItsWay;
@@ -121,20 +118,15 @@ bool actAt(int point, Act act, std::optional<Step> failing) {
 
 TEST(JobPoints, EachPromiseHoldsAtEveryPointWhateverFails) {
     using enum Step;
-    for (const Act act : {Act{true, false, false},
-                          {true, false, true},
-                          {true, true, false},
-                          {false, false, true},
-                          {false, true, false},
-                          {false, false, false}}) {
+    for (const auto act :
+         {cancels, cancelsAndDestroys, cancelsAndUploads, destroys, uploadsAgain, doesNothing}) {
         for (const auto failing : std::vector<std::optional<Step>>{
                  {}, search, createRoot, createDestination, session, content, permission, link}) {
             bool isOnItsWay = true;
             for (int point = 0; isOnItsWay; ++point) {
                 SCOPED_TRACE(testing::Message()
-                             << "cancels, uploads again, destroys: " << act.cancels
-                             << act.uploadsAgain << act.destroys << " after " << point
-                             << " events; fails: " << (failing ? static_cast<int>(*failing) : -1));
+                             << "act " << act << " after " << point << " events, step "
+                             << (failing ? static_cast<int>(*failing) : -1) << " fails");
                 isOnItsWay = actAt(point, act, failing);
             }
         }

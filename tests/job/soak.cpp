@@ -31,11 +31,6 @@ thread_local bool isInHostCall = false;
 
 /// Runs tasks one after another, on a thread as the library has them.
 struct Worker {
-    ~Worker() {
-        tasks.stop();
-        thread.join(patience);
-    }
-
     TaskQueue tasks;
     LibraryThread thread{[this] {
         while (const auto task = tasks.wait()) {
@@ -114,8 +109,7 @@ private:
     /// At each line of the log, sometimes.
     void interfere() {
         ++lines_;
-        constexpr std::size_t mostActions = 6;
-        if (!isOneIn(4) || actions_++ >= mostActions) {
+        if (!isOneIn(4) || actions_++ >= 6) {
             return;
         }
         if (isOneIn(3)) {
@@ -214,7 +208,11 @@ int main(int count, char** arguments) {
     cirrus::tests::workers.resize(2);
     const auto broken = cirrus::tests::soak(count > 1 ? std::stoul(arguments[1]) : 100'000,
                                             count > 2 ? std::stoul(arguments[2]) : 1);
-    cirrus::tests::workers.clear(); // with what libraries keep for each thread
+    // With what libraries keep for each thread.
+    for (auto& worker : cirrus::tests::workers) {
+        worker.tasks.stop();
+        worker.thread.join(cirrus::tests::patience);
+    }
     std::cerr << broken;
     return broken.empty() ? 0 : 1;
 }

@@ -37,12 +37,11 @@ TEST_F(Files, AreReadWhateverTheirPath) {
     const std::string bytes("line\r\n\x1a\0 end", 12);
     for (const auto& folder : {path, std::filesystem::path(deep.substr(4))}) {
         const auto file = folder / L"ж 1.bin";
-        std::ofstream(LR"(\\?\)" + file.native(), std::ios::binary) << bytes;
+        std::ofstream(std::filesystem::path(LR"(\\?\)" + file.native()), std::ios::binary) << bytes;
         EXPECT_EQ(fileSize(file), bytes.size());
         const auto contents = readFile(file);
         ASSERT_TRUE(contents) << contents.error().diagnosticText();
         EXPECT_EQ(**contents, bytes);
-        EXPECT_EQ(lastPathComponent(file), "ж 1.bin");
         ::DeleteFileW((LR"(\\?\)" + file.native()).c_str());
     }
     for (; deep.size() > path.native().size() + 4; deep.resize(deep.rfind(L'\\'))) {
