@@ -3,7 +3,6 @@
 #include <sstream>
 
 #include "Cirrus/platform/formats/UrlBuilder.h"
-#include "Cirrus/platform/http/TransportError.h"
 #include "Cirrus/webservice/Response.h"
 #include "tests/fuzz/Checks.h"
 

@@ -13,8 +13,7 @@ using Clock = std::chrono::steady_clock;
 using Files = std::vector<std::filesystem::path>;
 
 static std::string state;
-static ShareController* volatile first = nullptr; // keeps both reachable
-static ShareController* volatile other = nullptr;
+static std::vector<ShareController*>& jobs = *new std::vector<ShareController*>; // reachable
 static std::atomic<bool> exitsFromLog = false;
 static std::atomic<bool> isOver = false;
 static Clock::time_point leftAt;
@@ -57,19 +56,17 @@ static std::optional<emulator::Answer> answerInstead(const emulator::Request& re
     return emulator::Answer{.delay = emulator::endlessDelay};
 }
 
-static ShareController* start(const char* name, const Files& files,
-                              const std::function<void(bool)>& act) {
-    auto* const job = new ShareController({files, name, "Destination"}, "token");
-    job->upload([](const auto&) { require(!isOver); },
-                [=](const auto& result) { require(!isOver), act(result.has_value()); });
-    return job;
+static void start(const char* name, const Files& files, const std::function<void(bool)>& act) {
+    jobs.push_back(new ShareController({files, name, "Destination"}, "token"));
+    jobs.back()->upload([](const auto&) { require(!isOver); },
+                        [=](const auto& result) { require(!isOver), act(result.has_value()); });
 }
 
 static void reachState(const Files& files) {
     if (state == "idle") {
         return;
     }
-    first = start("A", files, [](bool isShared) {
+    start("A", files, [](bool isShared) {
         require(isShared && state == "done");
         MainQueue::stop();
     });
@@ -87,7 +84,7 @@ static void reachState(const Files& files) {
         std::atexit([] { mayGoOn.release(); });
     }
     if (state == "answer cancelled") {
-        first->cancel();
+        jobs.back()->cancel();
     }
 }
 
@@ -116,11 +113,9 @@ int main(int count, char** arguments) {
     }
     Configuration::setLog(makeLogSink(hear));
     isInStep = state == "step" || state == "stuck";
-    if (state == "stuck") {
-        MainQueue::setWakeUp([] { std::abort(); });
-    }
+    MainQueue::setWakeUp([] { require(state != "stuck"); });
     if (way == "completion") {
-        other = start("B", {}, [&](bool) {
+        start("B", {}, [&](bool) {
             reachState(files);
             leave();
         });
@@ -129,12 +124,12 @@ int main(int count, char** arguments) {
     reachState(files);
     if (way == "log") {
         exitsFromLog = true;
-        other = start("B", {}, {});
+        start("B", {}, {});
         isReached.acquire();
     } else if (way == "exit") {
         leave();
-    } else if (way == "return") {
-        delete first;
+    } else if (way == "return" && !jobs.empty()) {
+        delete jobs.back();
     }
     leftAt = Clock::now();
     return 7;

@@ -19,11 +19,6 @@ namespace {
 
 constexpr int kept = 7; ///< the exit status of a process in which every promise was kept
 
-class ProcessTest : public testing::Test {
-protected:
-    ProcessTest() { GTEST_FLAG_SET(death_test_style, "threadsafe"); }
-};
-
 /// A job while `refuse` is in force fails with words for the user; the next one works.
 [[noreturn]] void shareWhile(void (*refuse)(), void (*permit)()) {
     Host host;
@@ -36,29 +31,28 @@ protected:
     std::_Exit(hasFailed && second->results.at(0).has_value() ? kept : 1);
 }
 
-TEST_F(ProcessTest, GoesOnAfterAJobThatFoundNoThread) {
-    static const auto setStackSize = [](std::size_t size) {
-        pthread_attr_t attributes;
-        ::pthread_attr_init(&attributes);
-        ::pthread_attr_setstacksize(&attributes, size);
-        ::pthread_setattr_default_np(&attributes);
-    };
-    EXPECT_EXIT(shareWhile([] { setStackSize(1UL << 50U); }, [] { setStackSize(1UL << 20U); }),
-                testing::ExitedWithCode(kept), "");
+void setStackSize(std::size_t size) {
+    pthread_attr_t attributes;
+    ::pthread_attr_init(&attributes);
+    ::pthread_attr_setstacksize(&attributes, size);
+    ::pthread_setattr_default_np(&attributes);
 }
 
-TEST_F(ProcessTest, GoesOnAfterAJobThatFoundNoDescriptor) {
-#ifdef __SANITIZE_ADDRESS__
-    GTEST_SKIP() << "The sanitizer needs descriptors itself, to look at memory.";
-#endif
-    static const auto setLimit = [](rlim_t limit) {
-        rlimit limits{};
-        ::getrlimit(RLIMIT_NOFILE, &limits);
-        limits.rlim_cur = std::min(limit, limits.rlim_max);
-        ::setrlimit(RLIMIT_NOFILE, &limits);
-    };
-    EXPECT_EXIT(shareWhile([] { setLimit(3); }, [] { setLimit(1000); }),
+void setDescriptorLimit(rlim_t limit) {
+    rlimit limits{};
+    ::getrlimit(RLIMIT_NOFILE, &limits);
+    limits.rlim_cur = std::min(limit, limits.rlim_max);
+    ::setrlimit(RLIMIT_NOFILE, &limits);
+}
+
+TEST(ProcessTest, GoesOnAfterAJobThatFoundNoThreadOrNoDescriptor) {
+    GTEST_FLAG_SET(death_test_style, "threadsafe");
+    EXPECT_EXIT(shareWhile([] { setStackSize(1UL << 50U); }, [] { setStackSize(1UL << 20U); }),
                 testing::ExitedWithCode(kept), "");
+#ifndef __SANITIZE_ADDRESS__ // which needs descriptors itself, to look at memory
+    EXPECT_EXIT(shareWhile([] { setDescriptorLimit(3); }, [] { setDescriptorLimit(1000); }),
+                testing::ExitedWithCode(kept), "");
+#endif
 }
 
 /// Threads, open descriptors and allocated bytes of the process.
@@ -93,7 +87,8 @@ TEST(Endurance, AThousandJobsLeaveNoMoreThanTheFirstFewHundred) {
     EXPECT_LE(after[2] - before[2], 128 * 1024 * (1 + 2 * stale)) << "bytes";
 }
 
-TEST_F(ProcessTest, LeavesAForkedChildAlone) {
+TEST(ProcessTest, LeavesAForkedChildAlone) {
+    GTEST_FLAG_SET(death_test_style, "threadsafe");
     const auto exitInBoth = [] {
         // The handler would wait for threads, or for locks that they held, which do not exist in
         // the child. This one says where it runs.

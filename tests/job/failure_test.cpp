@@ -1,7 +1,5 @@
 #include <gtest/gtest.h>
 
-#include "Cirrus/platform/errors/ErrorKind.h"
-#include "Cirrus/webservice/WebserviceError.h"
 #include "tests/support/Host.h"
 
 namespace cirrus::tests {
@@ -19,20 +17,6 @@ TEST(Failure, IsAMissingLinkEvenIfThereIsOneToDownload) {
     EXPECT_EQ(heard->failureText(),
               "The files were uploaded, but the shareable link could not be found.");
     EXPECT_EQ(heard->results.at(0).error().reason(), noLink);
-}
-
-TEST(Failure, HasWordsForTheUser) {
-    struct Silent {
-        [[nodiscard]] static std::string diagnosticText() { return "silent"; }
-
-        [[nodiscard]] static std::optional<std::string> errorDescription() { return std::nullopt; }
-    };
-
-    using Error = ShareController::Error;
-    EXPECT_EQ(Error::missingFile().errorDescription(),
-              "One or more files could not be located by Stashly. Make sure the files are not "
-              "moved or deleted and try again.");
-    EXPECT_EQ(Error::underlying(anyError(Silent())).errorDescription(), std::nullopt);
 }
 
 TEST(Failure, NamesTheFilesInOrder) {

@@ -54,14 +54,14 @@ struct SteppedJob {
     bool advance() {
         if (queued > 0) {
             --queued;
-            MainQueue::drain(1);
-        } else if (!requests.empty()) {
-            const auto request = std::move(requests.back());
-            requests.pop_back();
-            request.answer(request.step != failing);
-        } else {
+            return MainQueue::drain(1) > 0;
+        }
+        if (requests.empty()) {
             return false;
         }
+        const auto request = std::move(requests.back());
+        requests.pop_back();
+        request.answer(request.step != failing);
         return true;
     }
 
@@ -94,8 +94,8 @@ bool actAt(int point, Act act, std::optional<Step> failing) {
     if (act == uploadsAgain || act == cancelsAndUploads) {
         stepped.upload(callbacksOfOther);
     }
-    const bool mayHold = act == destroys || act == doesNothing;
-    EXPECT_TRUE(mayHold || stepped.captured.expired()) << "callbacks are released at once";
+    EXPECT_TRUE(act == destroys || act == doesNothing || stepped.captured.expired())
+        << "callbacks are released at once";
     if (act == destroys || act == cancelsAndDestroys) {
         stepped.job.reset();
     }

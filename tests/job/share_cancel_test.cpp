@@ -2,8 +2,6 @@
 
 #include <utility>
 
-#include "Cirrus/FileUploader.h"
-#include "Cirrus/webservice/GoogleWebservice.h"
 #include "tests/support/Host.h"
 
 namespace cirrus::tests {
@@ -39,25 +37,6 @@ TEST(ShareCancel, DestroyingInMidBodyAbortsNoTransfer) {
     EXPECT_TRUE(heard->results.empty());
 }
 
-TEST(ShareCancel, FromInsideTheCompletionIsHarmless) {
-    for (const bool destroys : {false, true}) {
-        SCOPED_TRACE(destroys);
-        Host host;
-        auto controller = host.makeController({host.folder().write("file", "1")});
-        int completions = 0;
-        const auto notLate = [&](const auto&) { EXPECT_EQ(completions, 0); };
-        controller->upload(notLate, [&](const auto&) {
-            destroys ? controller.reset() : controller->cancel();
-            // A message box would run the queue in here.
-            MainQueue::drain();
-            ++completions;
-        });
-        ASSERT_TRUE(pumpUntil([&] { return completions > 0; }));
-        Host::settle();
-        EXPECT_EQ(completions, 1);
-    }
-}
-
 TEST(ShareCancel, EndsWithTheObjectThatHoldsTheJob) {
     const std::vector<std::function<void(std::optional<ScopedShareController>&, Host&)>> rows{
         [](auto& job, auto&) { job.reset(); },
@@ -82,29 +61,15 @@ TEST(ShareCancel, EndsWithTheObjectThatHoldsTheJob) {
 }
 
 TEST(ShareCancel, LeavesNothingQueuedOfAScopedJob) {
-    for (const bool isAssigned : {false, true}) {
-        Host host;
-        std::optional job(ScopedShareController(std::move(*host.makeController({}))));
-        const auto heard = Host::upload(*job->operator->());
-        ASSERT_TRUE(host.log().await("ShareController detail requestContentUrl(fileIdentifier:): "
-                                     "Obtain URL, finishing upload..."));
-        Host::passCallbackThread();
-        isAssigned ? void(*job = ScopedShareController()) : job.reset();
-        Host::settle();
-        EXPECT_TRUE(heard->results.empty());
-    }
-}
-
-TEST(ShareCancel, OfAnUploadBeforeItsStartSendsNothing) {
     Host host;
-    const auto uploader = std::make_shared<FileUploader>(
-        std::vector{host.folder().write("one", "first")},
-        std::make_shared<GoogleWebservice>(host.drive().accessToken()), "root");
-    uploader->cancel();
-    uploader->upload([](const auto&) { ADD_FAILURE(); });
-    EXPECT_EQ(host.log().lines().back(),
-              "FileUploader notice uploadNextItem(): Upload is cancelled");
-    EXPECT_TRUE(host.requests().empty());
+    std::optional job(ScopedShareController(std::move(*host.makeController({}))));
+    const auto heard = Host::upload(*job->operator->());
+    ASSERT_TRUE(host.log().await("ShareController detail requestContentUrl(fileIdentifier:): "
+                                 "Obtain URL, finishing upload..."));
+    Host::passCallbackThread();
+    job.reset();
+    Host::settle();
+    EXPECT_TRUE(heard->results.empty());
 }
 
 template <class Controller>

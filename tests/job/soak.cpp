@@ -109,8 +109,7 @@ private:
     /// At each line of the log, sometimes.
     void interfere() {
         ++lines_;
-        constexpr std::size_t mostActions = 6;
-        if (!isOneIn(4) || actions_++ >= mostActions) {
+        if (!isOneIn(4) || actions_++ >= 6) {
             return;
         }
         if (isOneIn(3)) {

@@ -2,12 +2,8 @@
 
 #include <atomic>
 #include <chrono>
-#include <condition_variable>
 #include <functional>
-#include <mutex>
-#include <optional>
 #include <semaphore>
-#include <utility>
 
 namespace cirrus::tests {
 
@@ -19,29 +15,6 @@ inline constexpr std::chrono::seconds patience(30);
 
 /// Runs tasks of the main queue on this thread until `isDone`; false when that takes too long.
 bool pumpUntil(const std::function<bool()>& isDone);
-
-/// A value that one thread gives and another waits for.
-template <class Value>
-class Awaited {
-public:
-    void give(Value value) {
-        const std::scoped_lock lock(mutex_);
-        value_.emplace(std::move(value));
-        changed_.notify_all();
-    }
-
-    /// The value, taken out; nothing when it does not come.
-    std::optional<Value> take() {
-        std::unique_lock lock(mutex_);
-        changed_.wait_for(lock, patience, [this] { return value_.has_value(); });
-        return std::exchange(value_, std::nullopt);
-    }
-
-private:
-    std::mutex mutex_;
-    std::condition_variable changed_;
-    std::optional<Value> value_;
-};
 
 /// Holds threads up until it is opened. The destructor opens it.
 class Gate {

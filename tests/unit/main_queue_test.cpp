@@ -3,9 +3,6 @@
 #include <gtest/gtest.h>
 
 #include <memory>
-#include <thread>
-
-#include "tests/support/Waiting.h"
 
 namespace cirrus::tests {
 namespace {
@@ -41,11 +38,6 @@ TEST(MainQueue, RunsUntilItIsStopped) {
     MainQueue::run();
     EXPECT_EQ(order, "a");
     EXPECT_EQ(MainQueue::drain(), 1U);
-    Awaited<std::thread::id> runner;
-    std::jthread thread(MainQueue::run);
-    MainQueue::post([&] { runner.give(std::this_thread::get_id()); });
-    EXPECT_EQ(runner.take(), thread.get_id());
-    MainQueue::stop();
 }
 
 TEST(MainQueue, WakesItsHostForEachTask) {

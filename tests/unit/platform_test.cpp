@@ -23,10 +23,8 @@ TEST(LocalTime, WritesTheZoneOfTheMomentWhateverTheLocale) {
         {"CET-1CEST,M3.5.0,M10.5.0/3", winter + 13h, "2025-03-05T14:00:00+0100"},
         {"CET-1CEST,M3.5.0,M10.5.0/3", summer + 13h, "2025-07-05T15:00:00+0200"},
         {"NST3:30NDT,M3.2.0,M11.1.0", winter, "2025-03-04T20:30:00-0330"},
-        {"NST3:30NDT,M3.2.0,M11.1.0", summer, "2025-07-04T21:30:00-0230"},
         {"IST-5:30", summer + 23h, "2025-07-06T04:30:00+0530"},
-        {"UTC0", sys_days(1970y / 1 / 1) - 1ms, "1969-12-31T23:59:59+0000"},
-        {"UTC0", sys_days(1970y / 1 / 1) - 2s, "1969-12-31T23:59:58+0000"}};
+        {"UTC0", sys_days(1970y / 1 / 1) - 1ms, "1969-12-31T23:59:59+0000"}};
     for (const auto* locale : {"C", "de_DE.UTF-8", "fa_IR.UTF-8"}) {
         // A locale that the machine does not have leaves the one before.
         static_cast<void>(std::setlocale(LC_ALL, locale));
@@ -48,21 +46,24 @@ TEST(FileContents, NameTheLastComponentOfAPath) {
     }
 }
 
+TEST(FileContents, AreReadToTheirEndWhateverSizeIsReported) {
+    // The first reports no size, the second a page for a few bytes.
+    for (const auto* path : {"/proc/version", "/sys/devices/system/cpu/possible"}) {
+        std::ifstream file(path);
+        EXPECT_EQ(**readFile(path), std::string(std::istreambuf_iterator(file), {}));
+    }
+}
+
 TEST(FileContents, FailWithTheSystemsReason) {
     const TemporaryFolder folder;
     const auto fifo = folder.path() / "fifo";
-    const auto locked = folder.write("locked", "x");
-    ASSERT_TRUE(::mkfifo(fifo.c_str(), 0600) == 0 && ::chmod(locked.c_str(), 0) == 0);
+    ASSERT_EQ(::mkfifo(fifo.c_str(), 0600), 0);
     const auto codeOf = [](const auto& path) { return readFile(path).error().code; };
     EXPECT_EQ(codeOf(folder.path() / "missing"), ENOENT);
-    EXPECT_EQ(codeOf(locked / "below"), ENOTDIR);
+    EXPECT_EQ(codeOf(folder.write("file", "x") / "below"), ENOTDIR);
     EXPECT_EQ(codeOf(folder.path()), EINVAL);
     EXPECT_EQ(codeOf(fifo), EINVAL);
     EXPECT_EQ(fileSize(folder.path() / "missing"), std::nullopt);
-    // The superuser may read everything.
-    if (::geteuid() != 0) {
-        EXPECT_EQ(codeOf(locked), EACCES);
-    }
 }
 
 TEST(FileContents, FailWhenTheyDoNotFitIntoMemory) {

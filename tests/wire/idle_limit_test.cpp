@@ -31,56 +31,8 @@ protected:
             const auto text = outcome.error ? outcome.error->diagnosticText() : *outcome.body;
             ends_[name] = {text.substr(0, text.find('(')), Clock::now() - began};
         };
-        HttpSession::shared().start(
-            {{url, "POST", {}, std::make_shared<const std::string>(size, 'x')},
-             {},
-             completion,
-             {}});
-    }
-
-    void expectEveryPhaseToEndAfter(milliseconds limit, std::optional<milliseconds> given,
-                                    milliseconds slack) {
-        // Its queue has room for one connection, which it never answers, and for no other.
-        const int deaf = ::socket(AF_INET, SOCK_STREAM, 0);
-        sockaddr_in address{};
-        socklen_t length = sizeof(address);
-        ASSERT_EQ(::listen(deaf, 0), 0);
-        ::getsockname(deaf, reinterpret_cast<sockaddr*>(&address), &length);
-        // A number is that of the bytes that are answered; the last column tells when, after the
-        // start, something moved last.
-        const auto port = (*drive_)->port();
-        const std::vector<std::tuple<std::string, std::uint16_t, std::size_t, milliseconds>> rows{
-            {"handshake", ntohs(address.sin_port), 0, {}},
-            {"connecting", ntohs(address.sin_port), 0, {}},
-            {"sending", port, 9'000'000, {}},
-            {"0", port, 0, {}},
-            {"5", port, 0, limit / 8},
-            {"30", port, 0, limit / 8},
-            {"45", port, 0, limit / 8},
-        };
-        (*drive_)->setHeadHook([&](const emulator::Request& request) {
-            const auto size = std::strtoul(request.path.substr(1).c_str(), nullptr, 10);
-            return request.path == "/sending"
-                       ? Answer{.delay = emulator::endlessDelay, .bodyReadFirst = 5'000}
-                       : Answer{.raw = answerBytes,
-                                .cutAfter = size,
-                                .pauseAfter = {size - 1},
-                                .pause = limit / 8};
-        });
-        for (const auto& [phase, to, size, lastMoved] : rows) {
-            start(phase, to, given, size);
-        }
-        HttpSession::shared().waitUntilIdle();
-        for (const auto& [phase, to, size, lastMoved] : rows) {
-            EXPECT_EQ(ends_[phase].first, "timedOut") << phase;
-            // libcurl alone does not tell of every byte, and of some only once the system, which
-            // asks the peer now and then, has room for more.
-            const auto earliest = limit + (isPlainPosix ? milliseconds(0) : lastMoved);
-            const auto latest = limit + lastMoved + slack * (isPlainPosix ? 3 : 1);
-            EXPECT_GE(ends_[phase].second, earliest) << phase;
-            EXPECT_LT(ends_[phase].second, latest) << phase;
-        }
-        ::close(deaf);
+        const auto body = std::make_shared<const std::string>(size, 'x');
+        HttpSession::shared().start({{url, "POST", {}, body}, {}, completion});
     }
 
     /// Slow: much of a body is in the hands of the system long before it arrives.
@@ -89,12 +41,50 @@ protected:
     std::map<std::string, std::pair<std::string, Clock::duration>> ends_;
 };
 
-TEST_F(IdleLimit, EndsASilentTransferInEveryPhase) {
-    expectEveryPhaseToEndAfter(milliseconds(800), milliseconds(800), milliseconds(700));
-}
-
 TEST_F(IdleLimit, OfTenSecondsHoldsInEveryPhase) {
-    expectEveryPhaseToEndAfter(std::chrono::seconds(10), std::nullopt, milliseconds(500));
+    constexpr milliseconds limit(10'000);
+    constexpr milliseconds moves(1'000);
+    // Its queue has room for one connection, which it never answers, and for no other.
+    const int deaf = ::socket(AF_INET, SOCK_STREAM, 0);
+    sockaddr_in address{};
+    socklen_t length = sizeof(address);
+    ASSERT_EQ(::listen(deaf, 0), 0);
+    ::getsockname(deaf, reinterpret_cast<sockaddr*>(&address), &length);
+    // A number is that of the bytes that are answered; the last column tells when, after the
+    // start, something moved last.
+    const auto port = (*drive_)->port();
+    const std::vector<std::tuple<std::string, std::uint16_t, std::size_t, milliseconds>> rows{
+        {"handshake", ntohs(address.sin_port), 0, {}},
+        {"connecting", ntohs(address.sin_port), 0, {}},
+        {"sending", port, 9'000'000, {}},
+        {"0", port, 0, {}},
+        {"5", port, 0, moves},
+        {"30", port, 0, moves},
+        {"45", port, 0, moves},
+    };
+    (*drive_)->setHeadHook([&](const emulator::Request& request) {
+        const auto size = std::strtoul(request.path.substr(1).c_str(), nullptr, 10);
+        return request.path == "/sending"
+                   ? Answer{.delay = emulator::endlessDelay, .bodyReadFirst = 5'000}
+                   : Answer{.raw = answerBytes,
+                            .cutAfter = size,
+                            .pauseAfter = {size - 1},
+                            .pause = moves};
+    });
+    for (const auto& [phase, to, size, lastMoved] : rows) {
+        start(phase, to, std::nullopt, size);
+    }
+    HttpSession::shared().waitUntilIdle();
+    for (const auto& [phase, to, size, lastMoved] : rows) {
+        EXPECT_EQ(ends_[phase].first, "timedOut") << phase;
+        // libcurl alone does not tell of every byte, and of some only once the system, which
+        // asks the peer now and then, has room for more.
+        EXPECT_GE(ends_[phase].second, limit + (isPlainPosix ? milliseconds(0) : lastMoved))
+            << phase;
+        EXPECT_LT(ends_[phase].second, limit + lastMoved + milliseconds(isPlainPosix ? 1'500 : 500))
+            << phase;
+    }
+    ::close(deaf);
 }
 
 TEST_F(IdleLimit, LetsATransferCrawlOnThatMovesAtAll) {
@@ -108,7 +98,8 @@ TEST_F(IdleLimit, LetsATransferCrawlOnThatMovesAtAll) {
     if (!isPlainPosix) {
         start("answer", (*drive_)->port(), limit, 0);
     }
-    start("request", (*drive_)->port(), isPlainPosix ? limit * 6 : limit, 500'000);
+    // The system acknowledges in steps of up to 64 KiB, which take 0.7 s.
+    start("request", (*drive_)->port(), limit * (isPlainPosix ? 6 : 3), 500'000);
     HttpSession::shared().waitUntilIdle();
     for (const auto& [name, end] : ends_) {
         EXPECT_EQ(end.first, "abcdefghi") << name;
