@@ -9,11 +9,14 @@ namespace cirrus {
 
 namespace {
 
-constexpr std::string_view letters = "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz";
 constexpr std::string_view digits = "0123456789";
 constexpr std::string_view hexDigits = "0123456789ABCDEFabcdef";
 constexpr std::string_view unreservedMarks = "-._~";
 constexpr std::string_view subDelimiters = "!$&'()*+,;=";
+
+bool isAlphanumeric(char one) {
+    return (one >= 'a' && one <= 'z') || (one >= 'A' && one <= 'Z') || digits.contains(one);
+}
 
 bool consistsOf(std::string_view text, std::convertible_to<std::string_view> auto... sets) {
     return std::ranges::all_of(
@@ -25,9 +28,10 @@ bool isEncoded(std::string_view text, std::string_view alsoAllowed) {
     while (!text.empty()) {
         const bool isEscape = text.front() == '%';
         const auto one = text.substr(0, isEscape ? 3 : 1);
-        const bool isAllowed = isEscape ? one.size() == 3 && consistsOf(one.substr(1), hexDigits)
-                                        : consistsOf(one, letters, digits, unreservedMarks,
-                                                     subDelimiters, alsoAllowed);
+        const bool isAllowed =
+            isEscape ? one.size() == 3 && consistsOf(one.substr(1), hexDigits)
+                     : isAlphanumeric(one.front()) ||
+                           consistsOf(one, unreservedMarks, subDelimiters, alsoAllowed);
         if (!isAllowed) {
             return false;
         }
@@ -46,8 +50,10 @@ std::string_view cutFrom(std::string_view& text, std::string_view ends) {
 }
 
 bool isScheme(std::string_view text) {
-    return !text.empty() && letters.contains(text.front()) &&
-           consistsOf(text, letters, digits, "+-.");
+    return !text.empty() && isAlphanumeric(text.front()) && !digits.contains(text.front()) &&
+           std::ranges::all_of(text, [](char one) {
+               return isAlphanumeric(one) || std::string_view("+-.").contains(one);
+           });
 }
 
 bool isAuthority(std::string_view text) {
@@ -88,7 +94,7 @@ std::string percentEncoded(std::string_view text, std::string_view alsoAllowed) 
     std::string result;
     for (const char character : text) {
         const std::string_view one(&character, 1);
-        if (consistsOf(one, letters, digits, unreservedMarks, alsoAllowed)) {
+        if (isAlphanumeric(character) || consistsOf(one, unreservedMarks, alsoAllowed)) {
             result += character;
         } else {
             const auto byte = static_cast<unsigned char>(character);

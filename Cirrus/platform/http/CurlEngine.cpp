@@ -33,21 +33,26 @@ CURLM* makeMulti() {
 CurlEngine::CurlEngine(Ended ended) : ended_(std::move(ended)), multi_(makeMulti()) {}
 
 void CurlEngine::submit(std::shared_ptr<HttpTransfer> transfer) {
-    const std::scoped_lock lock(mutex_);
-    if (isStopping_) {
+    {
+        const std::scoped_lock lock(mutex_);
+        submitted_.push_back(transfer);
+    }
+    // Not under the lock, which the thread that wakes up wants at once.
+    if (curl_multi_wakeup(multi_) == CURLM_OK) {
         return;
     }
-    if (curl_multi_wakeup(multi_) != CURLM_OK) {
+    const std::scoped_lock lock(mutex_);
+    if (std::erase(submitted_, transfer) != 0) { // else `run` has taken it all the same
         throw std::system_error(std::make_error_code(std::errc::resource_unavailable_try_again));
     }
-    submitted_.push_back(std::move(transfer));
 }
 
 void CurlEngine::stop() {
-    const std::scoped_lock lock(mutex_);
-    if (!std::exchange(isStopping_, true)) {
-        curl_multi_wakeup(multi_);
+    {
+        const std::scoped_lock lock(mutex_);
+        isStopping_ = true;
     }
+    curl_multi_wakeup(multi_);
 }
 
 void CurlEngine::run() {
@@ -62,8 +67,6 @@ void CurlEngine::run() {
         curl_multi_remove_handle(multi_, easy);
     }
     transfers_.clear();
-    const std::scoped_lock lock(mutex_);
-    curl_multi_cleanup(std::exchange(multi_, nullptr));
 }
 
 /// Nullopt once it has to stop.

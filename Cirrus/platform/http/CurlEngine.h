@@ -2,13 +2,9 @@
 
 #include <curl/curl.h>
 
-#include <functional>
 #include <map>
-#include <memory>
 #include <mutex>
-#include <optional>
 #include <utility>
-#include <vector>
 
 #include "Cirrus/platform/http/ConnectionTable.h"
 #include "Cirrus/platform/http/CurlTransfer.h"
@@ -48,8 +44,9 @@ private:
 
     const Ended ended_;
 
-    std::mutex mutex_; ///< guards the three below
-    CURLM* multi_;     ///< null once `run` has returned; used without the lock in `run`
+    CURLM* const multi_; ///< never freed: somebody may be about to wake it
+
+    std::mutex mutex_; ///< guards the two below
     Transfers submitted_;
     bool isStopping_ = false;
 

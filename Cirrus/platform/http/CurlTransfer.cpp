@@ -20,6 +20,9 @@ constexpr std::size_t longestHead = std::size_t{300} * 1024;
 /// The same for what an answer may bring over the line, whatever it consists of.
 constexpr std::uint64_t mostReceived = std::uint64_t{2} * longestAnswer;
 
+/// Up to this size, as nearly all requests have it, a body goes to libcurl in one piece.
+constexpr std::size_t longestWholeBody = std::size_t{64} * 1024;
+
 /// A kept connection that was idle for more seconds is not reused: servers close theirs about then.
 constexpr long longestReuse = 15;
 
@@ -144,6 +147,10 @@ void CurlTransfer::setRequest() {
         const auto body = request.bodyText();
         set(CURLOPT_POST, 1L);
         set(CURLOPT_POSTFIELDSIZE_LARGE, static_cast<curl_off_t>(body.size()));
+        if (body.size() <= longestWholeBody) {
+            // libcurl sends it together with the head. It does not copy it.
+            set(CURLOPT_POSTFIELDS, body.empty() ? "" : body.data());
+        }
         set(CURLOPT_UPLOAD_BUFFERSIZE,
             static_cast<long>(
                 std::clamp(body.size(), UploadPacer::smallestChunk, UploadPacer::largestChunk)));
@@ -197,9 +204,6 @@ bool CurlTransfer::mustNotSendAgain() {
 
 curl_socket_t CurlTransfer::openSocket(void* self, curlsocktype, curl_sockaddr* address) noexcept {
     auto& transfer = *static_cast<CurlTransfer*>(self);
-    if (transfer.mustNotSendAgain()) {
-        return CURL_SOCKET_BAD;
-    }
     return static_cast<curl_socket_t>(transfer.connections_.open(address->family, address->socktype,
                                                                  address->protocol, transfer));
 }

@@ -5,10 +5,6 @@
 #include <array>
 #include <chrono>
 #include <cstdint>
-#include <memory>
-#include <optional>
-#include <string>
-#include <string_view>
 
 #include "Cirrus/platform/http/ConnectionTable.h"
 #include "Cirrus/platform/http/HttpTransfer.h"

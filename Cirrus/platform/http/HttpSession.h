@@ -2,9 +2,7 @@
 
 #include <atomic>
 #include <cstddef>
-#include <memory>
 #include <mutex>
-#include <optional>
 
 #include "Cirrus/platform/http/HttpTransfer.h"
 #include "Cirrus/platform/threads/LibraryThread.h"

@@ -15,9 +15,11 @@ public:
     using Task = std::function<void()>;
 
     void post(Task task) {
-        const std::scoped_lock lock(mutex_);
-        tasks_.push_back(std::move(task));
-        changed_.notify_one();
+        {
+            const std::scoped_lock lock(mutex_);
+            tasks_.push_back(std::move(task));
+        }
+        changed_.notify_one(); // not under the lock, which the thread that wakes up wants at once
     }
 
     /// How many tasks wait.
