@@ -9,7 +9,7 @@ int ConnectionTable::open(int family, int type, int protocol, const CurlTransfer
     if (socket >= 0) {
         // libcurl does not report every socket that it closes, and numbers are reused.
         std::erase_if(connections_, [socket](const auto& held) { return held.socket == socket; });
-        connections_.push_back({.socket = socket, .user = &user});
+        connections_.push_back({.socket = socket, .localPort = 0, .user = &user});
     }
     return socket;
 }
@@ -20,8 +20,9 @@ void ConnectionTable::close(int socket) {
 }
 
 int ConnectionTable::use(int localPort, const CurlTransfer& user) {
-    const auto hasPort = [localPort](const auto& held) {
-        return sockets::localPort(held.socket) == localPort;
+    const auto hasPort = [localPort](auto& held) {
+        held.localPort = held.localPort != 0 ? held.localPort : sockets::localPort(held.socket);
+        return held.localPort == localPort;
     };
     const auto found = std::ranges::find_if(connections_, hasPort);
     if (found == connections_.end() || std::any_of(found + 1, connections_.end(), hasPort)) {

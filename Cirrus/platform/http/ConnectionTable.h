@@ -32,6 +32,7 @@ public:
 private:
     struct Connection {
         int socket;
+        int localPort;            ///< 0 until somebody has asked for it
         const CurlTransfer* user; ///< null while the connection is only kept
     };
 

@@ -20,6 +20,7 @@ OpenFile openRegularFile(const std::filesystem::path& path) {
     struct stat attributes{};
     const bool isOpen = file >= 0 && ::fstat(file, &attributes) == 0;
     const bool isRegular = isOpen && S_ISREG(attributes.st_mode);
+    // NOLINTNEXTLINE(clang-analyzer-unix.Stream): the pointer closes it
     OpenFile opened{.stream = {isRegular ? ::fdopen(file, "rb") : nullptr, &std::fclose},
                     .size = static_cast<std::uint64_t>(std::max<off_t>(attributes.st_size, 0))};
     if (!opened.stream && file >= 0) {
