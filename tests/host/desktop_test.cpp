@@ -115,7 +115,6 @@ TEST_F(Desktop, SharesFilesAndGivesTheirLink) {
     gate->open();
     ASSERT_TRUE(await("Shared"));
     EXPECT_EQ(words, "Preparing Uploading Finishing Shared ");
-    EXPECT_EQ(find<QLabel>("amount")->text(), "2 of 2, 6 of 6 bytes");
     const auto shared = (*drive)->snapshot().files.at(1);
     EXPECT_EQ(shared.permissions.at(0).emailAddress, "a@example.com");
     find("copy")->click();
@@ -222,7 +221,6 @@ protected:
 };
 
 TEST_F(SignIn, IsAskedOfTheUserOnceOnly) {
-    EXPECT_FALSE(find("share")->isEnabled());
     click("signIn", "Signed in");
     find("share")->click();
     ASSERT_TRUE(await("Shared"));

@@ -133,6 +133,14 @@ TEST(JobPoints, EachPromiseHoldsAtEveryPointWhateverFails) {
     }
 }
 
+TEST(JobPoints, AnUploadThatIsCancelledBeforeItsStartSendsNothing) {
+    const auto service = std::make_shared<ScriptedWebservice>([](const auto&) { ADD_FAILURE(); });
+    const auto uploader =
+        std::make_shared<FileUploader>(std::vector<std::filesystem::path>{"file"}, service, "root");
+    uploader->cancel();
+    uploader->upload([](const auto&) { ADD_FAILURE(); });
+}
+
 } // namespace
 
 } // namespace cirrus::tests

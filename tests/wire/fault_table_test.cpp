@@ -50,7 +50,6 @@ TEST(FaultTable, EndsTheJobOnceAndLeavesNothingBehind) {
         {redirection, answerNotUnderstood, unreadable, {}},
     };
     using Names = std::vector<std::string>;
-    const Names both{"one=first", "two=second"};
     // How many requests a job of two files makes in all, and what it leaves on the Drive.
     const std::vector<std::tuple<Step, std::size_t, Names>> places{
         {Step::search, 1, {}},
@@ -58,8 +57,8 @@ TEST(FaultTable, EndsTheJobOnceAndLeavesNothingBehind) {
         {Step::createDestination, 3, {}},
         {Step::session, 6, {"two=second"}},
         {Step::content, 7, {"two=second"}},
-        {Step::permission, 8, both},
-        {Step::link, 9, both},
+        {Step::permission, 8, {"one=first", "two=second"}},
+        {Step::link, 9, {"one=first", "two=second"}},
     };
     for (const auto& [step, requests, files] : places) {
         for (const auto& [answer, reason, text, code] : faults) {

@@ -90,15 +90,11 @@ TEST_F(HttpSessionTest, GivesEachAnswerAsItCame) {
          200,
          "x",
          {{"x-b", "2"}, {"Content-Length", "1"}}},
-        {"HTTP/1.1 404 No\r\nVary: a\r\nX-A: 1\r\n\t 2 \r\n \r\nX:\r\nvary: b, c\r\n"
+        {"HTTP/1.1 404 No\r\nX-A: 1\r\n\t 2 \r\n \r\nX:\r\n"
          "Transfer-Encoding: chunked\r\n\r\n3\r\nno\0\r\n0\r\nX-B: 3\r\n\r\n"s,
          404,
          "no\0"s,
-         {{"Vary", "a"},
-          {"X-A", "1 2"},
-          {"X", ""},
-          {"vary", "b, c"},
-          {"Transfer-Encoding", "chunked"}}}};
+         {{"X-A", "1 2"}, {"X", ""}, {"Transfer-Encoding", "chunked"}}}};
     for (const auto& [bytes, status, body, headers] : rows) {
         SCOPED_TRACE(status);
         answerWith({.raw = bytes});
@@ -169,7 +165,7 @@ TEST_F(HttpSessionTest, NamesTheReasonWhenThereIsNoAnswer) {
     connectToTestServer({});
     // No name server is asked for a label of this length.
     const std::string host(70, 'h');
-    const auto unresolved = attempt("https://" + host + "/");
+    const auto unresolved = attempt("hTtPs://" + host + "/");
     EXPECT_TRUE(unresolved.starts_with("noConnection(6: ") && unresolved.contains(host));
     // A proxy's address may hold a password, so it is not quoted.
     for (const auto& end : {"[bad"s, "ho st:1"s, host}) {
