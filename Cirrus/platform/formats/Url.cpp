@@ -1,7 +1,6 @@
 #include <Cirrus/Url.h>
 
 #include <algorithm>
-#include <concepts>
 
 #include "Cirrus/platform/formats/UrlBuilder.h"
 
@@ -18,7 +17,7 @@ bool isAlphanumeric(char one) {
     return (one >= 'a' && one <= 'z') || (one >= 'A' && one <= 'Z') || digits.contains(one);
 }
 
-bool consistsOf(std::string_view text, std::convertible_to<std::string_view> auto... sets) {
+bool consistsOf(std::string_view text, auto... sets) {
     return std::ranges::all_of(
         text, [&](char one) { return (std::string_view(sets).contains(one) || ...); });
 }

@@ -10,19 +10,17 @@
 namespace cirrus {
 
 OpenFile openRegularFile(const std::filesystem::path& path) {
-    // Without O_NONBLOCK, opening a FIFO would wait for its writer.
+    // Without O_NONBLOCK, opening a FIFO would wait for its writer. But a file server gives its
+    // lease on a file back only to somebody who waits.
     constexpr int flags = O_RDONLY | O_CLOEXEC;
     int file = ::open(path.c_str(), flags | O_NONBLOCK);
-    if (file < 0 && errno == EWOULDBLOCK) {
-        // A file server has a lease on the file, and gives it back if somebody waits.
-        file = ::open(path.c_str(), flags);
-    }
+    file = file < 0 && errno == EWOULDBLOCK ? ::open(path.c_str(), flags) : file;
     struct stat attributes{};
     const bool isOpen = file >= 0 && ::fstat(file, &attributes) == 0;
     const bool isRegular = isOpen && S_ISREG(attributes.st_mode);
-    // NOLINTNEXTLINE(clang-analyzer-unix.Stream): the pointer closes it
-    OpenFile opened{.stream = {isRegular ? ::fdopen(file, "rb") : nullptr, &std::fclose},
+    OpenFile opened{.stream = {nullptr, &std::fclose},
                     .size = static_cast<std::uint64_t>(std::max<off_t>(attributes.st_size, 0))};
+    opened.stream.reset(isRegular ? ::fdopen(file, "rb") : nullptr);
     if (!opened.stream && file >= 0) {
         ::close(file);
         errno = isOpen && !isRegular ? EINVAL : errno;
