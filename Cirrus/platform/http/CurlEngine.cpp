@@ -32,7 +32,7 @@ CURLM* makeMulti() {
 
 CurlEngine::CurlEngine(Ended ended) : ended_(std::move(ended)), multi_(makeMulti()) {}
 
-void CurlEngine::submit(std::shared_ptr<HttpTransfer> transfer) {
+void CurlEngine::submit(const std::shared_ptr<HttpTransfer>& transfer) {
     {
         const std::scoped_lock lock(mutex_);
         submitted_.push_back(transfer);

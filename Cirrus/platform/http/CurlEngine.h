@@ -23,7 +23,7 @@ public:
 
     /// Starts a transfer. Safe from any thread; dropped without a word after `stop`. Throws
     /// `std::system_error`, and starts nothing, if `run` cannot be woken up.
-    void submit(std::shared_ptr<HttpTransfer> transfer);
+    void submit(const std::shared_ptr<HttpTransfer>& transfer);
 
     /// Drives all transfers on this thread until `stop`. Those still in flight then are dropped.
     void run();
