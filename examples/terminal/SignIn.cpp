@@ -121,7 +121,7 @@ public:
         }
         constexpr std::string_view page =
             "HTTP/1.1 200 OK\r\nContent-Type: text/plain\r\nConnection: close\r\n\r\n"
-            "You can close this page and go back to the terminal.\n";
+            "You can close this page. The terminal says whether you are signed in.\n";
         static_cast<void>(::send(browser, page.data(), page.size(), MSG_NOSIGNAL));
         ::close(browser);
         const auto target = head.substr(0, head.find(" HTTP/"));

@@ -158,8 +158,7 @@ public:
     /// that shares its deliveries: the first outcome of either goes to the newest callbacks and
     /// is the only one. A job started from inside the completion runs but reports nothing.
     void upload(ProgressCallback progress, Completion completion) & noexcept;
-    /// The job would end with the temporary object.
-    void upload(ProgressCallback progress, Completion completion) && = delete;
+    void upload(ProgressCallback, Completion) && = delete; // the job would end with the temporary
 
     /// Neither callback is called any more; called from another thread than the main queue's, one
     /// that has already begun may still be running. No further file is started, but the request in

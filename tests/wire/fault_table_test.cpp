@@ -237,9 +237,12 @@ TEST(BrokenConnection, CarriesNoRequestTwice) {
                 EXPECT_TRUE(outcome.starts_with(lost) && !outcome.contains("rewind")) << outcome;
             } else {
                 awaitInput((*drive)->port());
-                EXPECT_EQ(exchange("next", size), "next");
+                const auto outcome = exchange("next", size);
+                // Newer versions of libcurl have read the evil answer already; it is refused then.
+                const bool isRefused = outcome.contains("The answer came before its request");
+                EXPECT_TRUE(outcome == "next" || (isRefused && row == 5)) << outcome;
             }
-            EXPECT_EQ(requests, 3U);
+            EXPECT_TRUE(requests == 3 || row == 5) << requests;
         }
     }
 }

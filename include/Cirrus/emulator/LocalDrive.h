@@ -25,7 +25,7 @@ struct LocalDriveOptions {
 class LocalDrive {
 public:
     /// Starts the emulator. Requests that the library makes from now on go to it. Fails like
-    /// `Emulator::start`.
+    /// `Emulator::start`, and if the process has one already.
     [[nodiscard]] static std::expected<std::unique_ptr<LocalDrive>, EmulatorError>
     start(LocalDriveOptions options = {});
 
