@@ -17,8 +17,8 @@ namespace cirrus {
 /// - a program without a loop of its own calls `run`.
 ///
 /// If the host does neither, tasks pile up, with the jobs and callbacks that they hold. Tasks that
-/// still wait when the process ends are never run. Every operation is safe from any thread, none from
-/// a signal handler.
+/// still wait when the process ends are never run. Every operation is safe from any thread, none
+/// from a signal handler.
 class CIRRUS_EXPORT MainQueue {
 public:
     /// What is run once, and may be destroyed without having run. Must not throw.
