@@ -42,7 +42,7 @@ inline bool useWin32MessageLoop() {
     // Only its own thread may destroy a window.
     const std::shared_ptr<HWND__> window(created,
                                          [](HWND held) { ::PostMessageW(held, WM_CLOSE, 0, 0); });
-    // Fails only if 10,000 messages wait already. Each of ours among them drains all tasks.
+    // Fails only if 10,000 messages wait. One of ours among them drains, or else the next task's.
     MainQueue::setWakeUp([window] { ::PostMessageW(window.get(), WM_APP, 0, 0); });
     return true;
 }
