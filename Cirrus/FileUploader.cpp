@@ -26,18 +26,6 @@ std::string FileUploader::Error::diagnosticText() const {
     return caseText(nameOf(kind), kind == Case::underlying ? cause : std::nullopt);
 }
 
-FailedFile FileUploader::Error::failedFile(std::filesystem::path path) const {
-    FailedFile file{.path = std::move(path),
-                    .reason = FailureReason::unreadableFile,
-                    .serviceCode = std::nullopt,
-                    .diagnosticText = caseText(nameOf(kind), cause)};
-    if (kind == Case::underlying && cause) {
-        file.reason = reasonOf(*cause);
-        file.serviceCode = serviceCodeOf(*cause);
-    }
-    return file;
-}
-
 FileUploader::FileUploader(const std::vector<std::filesystem::path>& files,
                            std::shared_ptr<Webservice> webservice, std::string parentIdentifier)
     : parentIdentifier_(std::move(parentIdentifier)),
@@ -159,7 +147,16 @@ std::vector<FailedFile> FileUploader::failedFiles() const {
     std::vector<FailedFile> files;
     files.reserve(failedItems_.size());
     for (const auto& [item, error] : failedItems_) {
-        files.push_back(error.failedFile(item.path));
+        assert(error.cause);              // every outcome of a single file has one
+        const auto& cause = *error.cause; // NOLINT(bugprone-unchecked-optional-access)
+        files.push_back(
+            {.path = item.path,
+             .reason = error.kind == Error::Case::underlying ? reasonOf(cause)
+                                                             : FailureReason::unreadableFile,
+             .serviceCode = serviceCodeOf(cause),
+             .errorDescription =
+                 cause.held().errorDescription("The file could not be read.").value_or(""),
+             .diagnosticText = caseText(nameOf(error.kind), cause)});
     }
     return files;
 }

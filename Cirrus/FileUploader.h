@@ -35,14 +35,11 @@ public:
         };
 
         Case kind = Case::missingFile;
-        /// What failed; of an unreadable file, only `failedFile` tells it.
+        /// What failed; of an unreadable file, only `failedFiles` tells it.
         std::optional<AnyError> cause = std::nullopt;
 
         /// The case's name and, in parentheses, the diagnostic text of what it carries.
         [[nodiscard]] std::string diagnosticText() const;
-
-        /// What there is to say about a file with this outcome.
-        [[nodiscard]] FailedFile failedFile(std::filesystem::path path) const;
     };
 
     using Completion = std::function<void(Result<void, Error>)>;

@@ -60,8 +60,7 @@ std::optional<std::string> ShareController::Error::errorDescription() const {
 }
 
 std::string ShareController::Error::diagnosticText() const {
-    /// In the order of `Case`.
-    constexpr std::array names{"underlying", "missingFile", "missingWebContentLink"};
+    constexpr std::array names{"underlying", "missingFile", "missingWebContentLink"}; // as in Case
     return caseText(names.at(static_cast<std::size_t>(kind_)), underlying_);
 }
 

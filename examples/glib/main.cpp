@@ -84,7 +84,7 @@ private:
                              : result.error().errorDescription().value_or("Sharing failed."))
                   << '\n';
         for (const auto& file : job_->failedFiles()) {
-            std::cerr << file.path.string() << ": " << file.diagnosticText << '\n';
+            std::cerr << file.path.string() << ": " << file.errorDescription << '\n';
         }
         g_main_loop_quit(loop_.get());
     }
@@ -113,7 +113,7 @@ int main(int count, char** values) {
     if (arguments->useEmulator) {
         auto started = LocalDrive::start();
         if (!started) {
-            std::cerr << started.error().reason << '\n';
+            std::cerr << started.error().diagnosticText() << '\n';
             return 1;
         }
         drive = *std::move(started);

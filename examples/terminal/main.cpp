@@ -25,7 +25,7 @@ int report(Terminal& terminal, const cirrus::Result<cirrus::Url, ShareController
         const auto text = result.error().errorDescription().value_or("");
         terminal.writeLine(text.empty() ? "The files could not be shared." : text);
         for (const auto& file : failedFiles) {
-            terminal.writeLine(toText(file.path) + ": " + file.diagnosticText);
+            terminal.writeLine(toText(file.path) + ": " + file.errorDescription);
         }
         return failed;
     }

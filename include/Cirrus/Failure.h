@@ -47,6 +47,8 @@ struct FailedFile {
     FailureReason reason = FailureReason::other;
     /// The code that the service gave with its refusal, as a rule the HTTP status.
     std::optional<std::int64_t> serviceCode;
+    /// The text for the user, UTF-8, to be shown beside the name; it may be empty.
+    std::string errorDescription;
     /// What happened, for a log.
     std::string diagnosticText;
 };

@@ -32,6 +32,7 @@ TEST(Failure, NamesTheFilesInOrder) {
     EXPECT_EQ(files[0].diagnosticText, "underlying(invalidResponse)");
     EXPECT_EQ(files[1].path, "/missing/third");
     EXPECT_EQ(files[1].reason, unreadableFile);
+    EXPECT_EQ(files[1].errorDescription, "The file could not be read.");
     EXPECT_EQ(files[1].diagnosticText, "missingFile(No such file or directory)");
     EXPECT_EQ(host.uploadedFiles(), std::vector<std::string>{"second=2"});
 }

@@ -80,7 +80,8 @@ TEST(FaultTable, EndsTheJobOnceAndLeavesNothingBehind) {
             const auto failed = controller->failedFiles();
             ASSERT_EQ(failed.size(), isOfOneFile ? 1U : 0U);
             EXPECT_TRUE(!isOfOneFile ||
-                        (failed[0].reason == reason && failed[0].serviceCode == code));
+                        (failed[0].reason == reason && failed[0].serviceCode == code &&
+                         failed[0].errorDescription == text));
             EXPECT_TRUE(heard->wasOnMainThread);
             EXPECT_EQ(host.requests().size(), requests);
             EXPECT_EQ(host.uploadedFiles(), files);
