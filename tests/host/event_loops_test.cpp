@@ -12,15 +12,25 @@ namespace cirrus::tests {
 
 namespace {
 
+/// Of a host that asks for it before or after it makes the application object.
+template <bool isEarly>
 struct QtLoop {
-    QtLoop() { useQtEventLoop(); }
+    QtLoop() {
+        if (isEarly) {
+            useQtEventLoop();
+        }
+        application.emplace(count, &arguments);
+        if (!isEarly) {
+            useQtEventLoop();
+        }
+    }
 
     static void turn() { QCoreApplication::processEvents(QEventLoop::WaitForMoreEvents); }
 
     std::string name = "host";
     char* arguments = name.data();
     int count = 1;
-    QCoreApplication application{count, &arguments};
+    std::optional<QCoreApplication> application;
 };
 
 struct GLibLoop {
@@ -40,7 +50,7 @@ protected:
     std::unique_ptr<Loop> loop_ = std::make_unique<Loop>();
 };
 
-using Loops = ::testing::Types<QtLoop, GLibLoop>;
+using Loops = ::testing::Types<QtLoop<false>, QtLoop<true>, GLibLoop>;
 TYPED_TEST_SUITE(EventLoopTest, Loops);
 
 } // namespace

@@ -17,15 +17,18 @@
 namespace cirrus {
 
 /// Makes the application's event loop the main queue: every callback of the library runs on the
-/// thread of the `QCoreApplication`, while its loop or a nested one runs. Call it once the
-/// application object exists and before the first share job, from any thread.
+/// thread of the `QCoreApplication`, while its loop or a nested one runs. Call it before the first
+/// share job, from any thread; as long as there is no application object yet, on the thread that
+/// will make it.
 ///
 /// Tasks that come after the loop has ended wait in the queue.
 inline void useQtEventLoop() {
     // Of its own, not the application: this one may be called after the application is gone.
     const std::shared_ptr<QObject> receiver(new QObject,
                                             [](QObject* object) { object->deleteLater(); });
-    receiver->moveToThread(QCoreApplication::instance()->thread());
+    if (const auto* const application = QCoreApplication::instance()) {
+        receiver->moveToThread(application->thread());
+    }
     MainQueue::setWakeUp([receiver] {
         QMetaObject::invokeMethod(receiver.get(), [] { MainQueue::drain(); }, Qt::QueuedConnection);
     });

@@ -10,6 +10,7 @@
 #include <string_view>
 #include <vector>
 
+#include <Cirrus/Export.h>
 #include <Cirrus/emulator/Content.h>
 #include <Cirrus/emulator/HttpMessage.h>
 #include <Cirrus/emulator/Snapshot.h>
