@@ -122,9 +122,15 @@ int run(Arguments arguments) {
 
 // NOLINTNEXTLINE(bugprone-exception-escape): out of memory ends this program in any case
 int main(int count, char** words) {
-    CLI::App app{"A local Google Drive for trying out and measuring its clients."};
+    CLI::App app{"A local Google Drive for trying out and measuring its clients.",
+                 "cirrus-drive-emulator"};
+    app.set_version_flag("--version", "cirrus-drive-emulator " CIRRUS_VERSION);
     Arguments arguments;
     describe(app, arguments);
-    CLI11_PARSE(app, count, words);
+    try {
+        app.parse(count, words);
+    } catch (const CLI::ParseError& error) {
+        return app.exit(error) == 0 ? EXIT_SUCCESS : 2;
+    }
     return run(std::move(arguments));
 }

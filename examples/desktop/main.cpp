@@ -1,5 +1,6 @@
 // cirrus-desktop: a complete host with windows. Shares files and shows the link.
 
+#include <Cirrus/Version.h>
 #include <Cirrus/adapters/Qt.h>
 
 #include <QApplication>
@@ -7,8 +8,10 @@
 #include <QFile>
 
 #include <algorithm>
+#include <cmath>
 #include <iostream>
 #include <memory>
+#include <string_view>
 
 #include "Keyring.h"
 #include "ShareWindow.h"
@@ -17,6 +20,15 @@
 namespace {
 
 using cirrus::emulator::LocalDrive;
+
+/// "2M" or "500k" in bytes; 0 if it is nothing of the kind.
+quint64 toBytes(QString size) {
+    const auto unit = QString("kMG").indexOf(size.right(1), 0, Qt::CaseInsensitive);
+    if (unit >= 0) {
+        size.chop(1);
+    }
+    return static_cast<quint64>(std::max(0.0, size.toDouble() * std::pow(1000, unit + 1)));
+}
 
 struct Arguments {
     bool useEmulator = false;
@@ -30,10 +42,11 @@ Arguments readArguments(const QApplication& application) {
     QCommandLineParser parser;
     parser.setApplicationDescription("Shares files through Google Drive and shows the link.");
     parser.addHelpOption();
+    parser.addVersionOption();
     const QCommandLineOption emulator("emulator", "A local Drive, gone at the end.");
     parser.addOption(emulator);
-    const QCommandLineOption rate("rate", "Megabytes that the local Drive reads in a second.",
-                                  "MB");
+    const QCommandLineOption rate("rate", "Bytes that the local Drive reads in a second, as 2M.",
+                                  "size");
     parser.addOption(rate);
     const QCommandLineOption client(
         "client", "The client's JSON file from Google's console, to sign in with.", "file");
@@ -41,7 +54,7 @@ Arguments readArguments(const QApplication& application) {
     parser.addPositionalArgument("files", "What to share.", "[files...]");
     parser.process(application);
     return {.useEmulator = parser.isSet(emulator),
-            .rate = static_cast<quint64>(1e6 * std::max(0.0, parser.value(rate).toDouble())),
+            .rate = toBytes(parser.value(rate)),
             .client = parser.value(client),
             .files = parser.positionalArguments()};
 }
@@ -49,8 +62,15 @@ Arguments readArguments(const QApplication& application) {
 } // namespace
 
 int main(int count, char** values) {
+    const bool isQuestion = std::any_of(values, values + count, [](const std::string_view word) {
+        return word == "-h" || word.starts_with("--help") || word == "-v" || word == "--version";
+    });
+    if (isQuestion) {
+        qputenv("QT_QPA_PLATFORM", "offscreen"); // there may be no display
+    }
     const QApplication application(count, values);
     QApplication::setApplicationName("cirrus-desktop");
+    QApplication::setApplicationVersion(cirrus::CirrusVersionString);
     const auto arguments = readArguments(application);
     cirrus::useQtEventLoop();
 
@@ -70,7 +90,7 @@ int main(int count, char** values) {
             LocalDrive::start({.emulator = {.contents = cirrus::emulator::ContentPolicy::digest,
                                             .rate = arguments.rate}});
         if (!started) {
-            std::cerr << "cirrus-desktop: " << started.error().reason << '\n';
+            std::cerr << "cirrus-desktop: " << started.error().diagnosticText() << '\n';
             return 1;
         }
         drive = *std::move(started);

@@ -88,7 +88,7 @@ public:
         address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
         socklen_t length = sizeof(address);
         auto* const generic = reinterpret_cast<sockaddr*>(&address);
-        if (::bind(socket_, generic, length) == 0 && ::listen(socket_, 1) == 0 &&
+        if (::bind(socket_, generic, length) == 0 && ::listen(socket_, SOMAXCONN) == 0 &&
             ::getsockname(socket_, generic, &length) == 0) {
             port_ = ntohs(address.sin_port);
         }
@@ -103,16 +103,19 @@ public:
         return "http://127.0.0.1:" + std::to_string(port_) + "/";
     }
 
-    /// Waits for the browser; what it brings along, or nullopt if the system has no port to wait
-    /// at.
+    /// Waits for the next visitor; what it brings along, or nullopt if the system has no port to
+    /// wait at.
     [[nodiscard]] std::optional<Parameters> wait() const {
         const int browser = ::accept(socket_, nullptr, nullptr);
         if (browser < 0) {
             return std::nullopt;
         }
+        // Browsers open connections ahead that they may never use.
+        const timeval limit{.tv_sec = 2, .tv_usec = 0};
+        ::setsockopt(browser, SOL_SOCKET, SO_RCVTIMEO, &limit, sizeof(limit));
         std::string head;
         std::array<char, 4096> block{};
-        while (head.find("\r\n") == std::string::npos) {
+        while (head.find("\r\n") == std::string::npos && head.size() < 64UL * 1024) {
             const auto count = ::recv(browser, block.data(), block.size(), 0);
             if (count <= 0) {
                 break;
@@ -134,14 +137,18 @@ private:
     int port_ = 0;
 };
 
-/// Sends a form; the answer has to be JSON.
-Result<Json> post(const std::string& address, const Parameters& form) {
+/// Sends a form; the answer has to be JSON. Trusts the system's authorities if none are named.
+Result<Json> post(const std::string& address, const Parameters& form,
+                  const std::string& authorities) {
     const std::unique_ptr<CURL, decltype(&curl_easy_cleanup)> easy(curl_easy_init(),
                                                                    curl_easy_cleanup);
     const auto body = encoded(form);
     std::string answer;
     curl_easy_setopt(easy.get(), CURLOPT_URL, address.c_str());
     curl_easy_setopt(easy.get(), CURLOPT_PROTOCOLS_STR, "https");
+    if (!authorities.empty()) {
+        curl_easy_setopt(easy.get(), CURLOPT_CAINFO, authorities.c_str());
+    }
     curl_easy_setopt(easy.get(), CURLOPT_POSTFIELDS, body.c_str());
     curl_easy_setopt(easy.get(), CURLOPT_TIMEOUT, 30L);
     curl_easy_setopt(easy.get(), CURLOPT_WRITEDATA, &answer);
@@ -165,7 +172,7 @@ std::string textIn(const Json& object, const char* key) {
 }
 
 /// An access token, good for about an hour.
-Result<std::string> signIn(const Json& client) {
+Result<std::string> signIn(const Json& client, const std::string& authorities) {
     const Redirection redirection;
     const auto state = unguessable();
     const auto verifier = unguessable();
@@ -189,13 +196,14 @@ Result<std::string> signIn(const Json& client) {
     if (!answer->contains("code")) {
         return std::unexpected("Google says: " + (*answer)["error"]);
     }
-    const auto token =
-        post(textIn(client, "token_uri"), {{"grant_type", "authorization_code"},
-                                           {"code", (*answer)["code"]},
-                                           {"code_verifier", verifier},
-                                           {"redirect_uri", redirection.address()},
-                                           {"client_id", textIn(client, "client_id")},
-                                           {"client_secret", textIn(client, "client_secret")}});
+    const auto token = post(textIn(client, "token_uri"),
+                            {{"grant_type", "authorization_code"},
+                             {"code", (*answer)["code"]},
+                             {"code_verifier", verifier},
+                             {"redirect_uri", redirection.address()},
+                             {"client_id", textIn(client, "client_id")},
+                             {"client_secret", textIn(client, "client_secret")}},
+                            authorities);
     if (!token) {
         return std::unexpected(token.error());
     }
@@ -218,6 +226,7 @@ bool save(const std::string& token, const std::string& path) {
 int signInCommand(const std::vector<std::string>& arguments) {
     std::string clientFile;
     std::string file;
+    std::string authorities;
     CLI::App app("Signs in to Google with a web browser, and prints an access token that is good "
                  "for about an hour.",
                  "cirrus-share sign-in");
@@ -226,6 +235,8 @@ int signInCommand(const std::vector<std::string>& arguments) {
         ->type_name("FILE")
         ->required();
     app.add_option("--save", file, "Write the token there instead, for its owner only")
+        ->type_name("FILE");
+    app.add_option("--ca-file", authorities, "Certificate authorities to trust, not the system's")
         ->type_name("FILE");
     try {
         app.parse(std::vector<std::string>(arguments.rbegin(), arguments.rend()));
@@ -240,7 +251,7 @@ int signInCommand(const std::vector<std::string>& arguments) {
                          "\n";
         return 2;
     }
-    const auto token = signIn(client);
+    const auto token = signIn(client, authorities);
     if (!token) {
         std::cerr << "cirrus-share: " + visible(token.error()) + "\n";
         return 1;
@@ -248,6 +259,9 @@ int signInCommand(const std::vector<std::string>& arguments) {
     if (file.empty() ? !(std::cout << *token << '\n' << std::flush) : !save(*token, file)) {
         std::cerr << "cirrus-share: the token could not be written\n";
         return 1;
+    }
+    if (!file.empty()) {
+        std::cerr << "Signed in. The token is in " + visible(file) + ".\n";
     }
     return 0;
 }

@@ -48,24 +48,28 @@ if "$share" --token-file "$folder/token" "$folder/file.txt" 2>"$folder/error"; t
 fi
 grep -q "certificate is not trusted" "$folder/error"
 
-mount --bind "$folder/ca.pem" "$store"
-"$share" --token-file "$folder/token" "$folder/file.txt" | grep -qE '^https://drive\.google\.com/'
-
-# Signing in gives a token that the Drive takes. Each attempt has a browser of its own.
+# Signing in gives a token that the Drive takes. Each attempt has a browser of its own, which opens
+# a connection first that it does not use.
 # Usage: sign_in CHANGE-OF-THE-ADDRESS
 sign_in() {
     mkfifo "$folder/address"
-    "$share" sign-in --client "$folder/client.json" --save "$folder/signed-in" 2>"$folder/address" &
+    "$share" sign-in --client "$folder/client.json" --ca-file "$folder/ca.pem" \
+        --save "$folder/signed-in" 2>"$folder/address" &
     exec 4<"$folder/address"
     rm "$folder/address"
     read -r -u 4 _
     read -r -u 4 address
-    curl --silent --location "$(sed "$1" <<<"$address")" >"$folder/page"
+    [[ $address =~ 127.0.0.1%3A([0-9]+) ]]
+    exec 5<>"/dev/tcp/127.0.0.1/${BASH_REMATCH[1]}"
+    curl --silent --location --cacert "$folder/ca.pem" "$(sed "$1" <<<"$address")" >"$folder/page"
     wait $!
 }
 sign_in '' || { echo "FAILED: signing in"; exit 1; }
 [[ $(stat -c %a "$folder/signed-in") == 600 ]]
 grep -q "close this page" "$folder/page"
+
+mount --bind "$folder/ca.pem" "$store"
+"$share" --token-file "$folder/token" "$folder/file.txt" | grep -qE '^https://drive\.google\.com/'
 "$share" --token-file "$folder/signed-in" "$folder/file.txt" | grep -qE '^https://drive\.google\.com/'
 if sign_in 's/code_challenge=..../code_challenge=AAAA/'; then
     echo "FAILED: a code was good for another program"
