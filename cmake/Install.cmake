@@ -1,5 +1,5 @@
-# Two components: `runtime` is what a program needs that was built with the library,
-# `development` what building one needs.
+# Three components: `runtime` is what a program needs that was built with the library,
+# `development` what building one needs, `programs` what users start.
 include(CMakePackageConfigHelpers)
 
 set(cirrus_config_folder ${CMAKE_INSTALL_LIBDIR}/cmake/Cirrus)
@@ -26,10 +26,15 @@ if(CIRRUS_BUILD_EMULATOR)
         FILE_SET HEADERS COMPONENT development)
     install(EXPORT CirrusEmulatorTargets NAMESPACE Cirrus::
         DESTINATION ${cirrus_config_folder} COMPONENT development)
-    install(TARGETS cirrus-drive-emulator RUNTIME COMPONENT development)
-    install(FILES docs/man/cirrus-drive-emulator.1
-        DESTINATION ${CMAKE_INSTALL_MANDIR}/man1 COMPONENT development)
 endif()
+
+foreach(program cirrus-share cirrus-desktop cirrus-drive-emulator)
+    if(TARGET ${program})
+        install(TARGETS ${program} RUNTIME COMPONENT programs)
+        install(FILES docs/man/${program}.1
+            DESTINATION ${CMAKE_INSTALL_MANDIR}/man1 COMPONENT programs)
+    endif()
+endforeach()
 
 configure_package_config_file(cmake/CirrusConfig.cmake.in CirrusConfig.cmake
     INSTALL_DESTINATION ${cirrus_config_folder}

@@ -12,7 +12,7 @@ int main(int count, char** arguments) {
     }
     const auto drive = cirrus::emulator::LocalDrive::start();
     if (!drive) {
-        spdlog::error("{}", drive.error().reason);
+        spdlog::error("{}", drive.error().diagnosticText());
         return 1;
     }
 

@@ -40,7 +40,7 @@ std::expected<std::unique_ptr<LocalService>, std::string> LocalService::start(st
     auto drive = LocalDrive::start(
         {.emulator = {.contents = cirrus::emulator::ContentPolicy::digest, .rate = rate}});
     if (!drive) {
-        return std::unexpected(drive.error().reason);
+        return std::unexpected(drive.error().diagnosticText());
     }
     return std::make_unique<Emulated>(*std::move(drive));
 }

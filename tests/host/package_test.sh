@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
-# Unpacks the Debian packages that scripts/package has made, and builds a host on them. Needs lintian
-# and devscripts.
+# Unpacks the Debian packages that scripts/package has made, and builds the examples on them. Needs
+# lintian and devscripts.
 # Usage: package_test.sh SOURCE-FOLDER PACKAGES-FOLDER
 set -euo pipefail
 
@@ -44,7 +44,15 @@ for program in "$folder"/root/usr/bin/*; do
     [[ -e $folder/root/usr/share/man/man1/${program##*/}.1.gz ]] ||
         { echo "FAILED: no manual of ${program##*/}"; exit 1; }
 done
-cmake -S "$sources/examples/offline_test" -B "$folder/build" \
-    -DCMAKE_PREFIX_PATH="$folder/root/usr" >/dev/null
-cmake --build "$folder/build" >/dev/null
-"$folder/build/sharing_test" --gtest_brief=1
+
+dpkg-deb -x "$2"/cirrus-doc_*.deb "$folder/root"
+documents=$folder/root/usr/share/doc/cirrus-doc
+while read -r link; do
+    [[ -e $documents/html/$link ]] || { echo "FAILED: a page links $link"; exit 1; }
+done < <(grep -oh 'href="[^"#:]*\.[a-z]*' "$documents"/html/*.html | cut -c7- | sort -u)
+for example in "$documents"/examples/*; do
+    build=$folder/build/${example##*/}
+    cmake -S "$example" -B "$build" -DCMAKE_PREFIX_PATH="$folder/root/usr" >/dev/null
+    cmake --build "$build" --parallel "$(nproc)" >/dev/null
+done
+"$folder/build/offline_test/sharing_test" --gtest_brief=1
