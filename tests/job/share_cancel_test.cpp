@@ -60,16 +60,21 @@ TEST(ShareCancel, EndsWithTheObjectThatHoldsTheJob) {
     }
 }
 
-TEST(ShareCancel, LeavesNothingQueuedOfAScopedJob) {
-    Host host;
-    std::optional job(ScopedShareController(std::move(*host.makeController({}))));
-    const auto heard = Host::upload(*job->operator->());
-    ASSERT_TRUE(host.log().await("ShareController detail requestContentUrl(fileIdentifier:): "
-                                 "Obtain URL, finishing upload..."));
-    Host::passCallbackThread();
-    job.reset();
-    Host::settle();
-    EXPECT_TRUE(heard->results.empty());
+TEST(ShareCancel, LeavesNothingQueuedOfAScopedJobButTheOutcomeOfAPlainOne) {
+    for (const bool isScoped : {true, false}) {
+        Host host;
+        auto job = host.makeController({});
+        const auto heard = Host::upload(*job);
+        ASSERT_TRUE(host.log().await("ShareController detail requestContentUrl(fileIdentifier:): "
+                                     "Obtain URL, finishing upload..."));
+        Host::passCallbackThread();
+        if (isScoped) {
+            const ScopedShareController scoped(std::move(*job));
+        }
+        job.reset();
+        Host::settle();
+        EXPECT_EQ(heard->results.empty(), isScoped);
+    }
 }
 
 template <class Controller>
