@@ -1,5 +1,5 @@
-/// Built twice: as a plug-in that runs a job through the library, and as a host that loads it,
-/// unloads it and does both again.
+/// Built twice: as a plug-in that runs a job through the library, and as a host that loads and
+/// unloads it again and again.
 #include <dlfcn.h>
 
 #include "Cirrus/platform/http/TestServer.h"
@@ -20,12 +20,17 @@ extern "C" CIRRUS_EXPORT bool hasFailed() {
 }
 #else
 int main(int, char** arguments) {
-    for (int round = 0; round < 2; ++round) {
+    for (const bool runsJob : {false, true, true}) { // a job's threads keep the library loaded too
         void* plugin = ::dlopen(arguments[1], RTLD_NOW | RTLD_LOCAL);
-        if (!reinterpret_cast<bool (*)()>(::dlsym(plugin, "hasFailed"))() || dlclose(plugin) != 0) {
+        if (runsJob && !reinterpret_cast<bool (*)()>(::dlsym(plugin, "hasFailed"))()) {
             return 1;
         }
+        ::dlclose(plugin);
+        void* library = ::dlopen(arguments[2], RTLD_NOW | RTLD_NOLOAD);
+        if (library == nullptr || ::dlclose(library) != 0) {
+            return 2;
+        }
     }
-    return ::dlopen(arguments[2], RTLD_NOW | RTLD_NOLOAD) == nullptr;
+    return 0;
 }
 #endif
