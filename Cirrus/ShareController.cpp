@@ -91,10 +91,11 @@ std::vector<FailedFile> ShareController::failedFiles() const {
 void ShareJob::upload(ProgressCallback progress, Completion completion) {
     logDetail("upload(progress:completion:)");
     auto progressHandler = std::make_shared<const ProgressCallback>(std::move(progress));
+    auto completionHandler = std::make_shared<const Completion>(std::move(completion));
     {
         const std::scoped_lock lock(mutex_);
         progressHandler_.swap(progressHandler);
-        completionHandler_.swap(completion);
+        completionHandler_.swap(completionHandler);
     }
     findOrCreateRootDirectory();
 }

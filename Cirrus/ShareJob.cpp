@@ -71,7 +71,7 @@ void ShareJob::deliverSuccess(Url url) {
 }
 
 void ShareJob::deliver(Result<Url, Error> result, std::vector<FailedFile> failedFiles) {
-    Completion handler;
+    std::shared_ptr<const Completion> handler;
     // Goes too: an event loop inside the completion may meet progress of a second job.
     std::shared_ptr<const ProgressCallback> progress;
     {
@@ -83,8 +83,8 @@ void ShareJob::deliver(Result<Url, Error> result, std::vector<FailedFile> failed
         progress.swap(progressHandler_);
         failedFiles_.swap(failedFiles);
     }
-    if (handler) {
-        handler(std::move(result));
+    if (handler && *handler) {
+        (*handler)(std::move(result));
     }
     reset();
 }
@@ -98,7 +98,7 @@ std::vector<FailedFile> ShareJob::failedFiles() {
 void ShareJob::reset() {
     ProgressObservation observation;
     std::shared_ptr<FileUploader> uploader;
-    Completion completion;
+    std::shared_ptr<const Completion> completion;
     std::shared_ptr<const ProgressCallback> progress;
     const std::scoped_lock lock(mutex_);
     std::swap(observation, progressObservationToken_);

@@ -54,8 +54,8 @@ private:
 
     /// Guards the members below. Not held while any of them is called or destroyed.
     std::mutex mutex_;
-    Completion completionHandler_;
-    /// Shared with a running call, so that the callback keeps its state between calls.
+    // Shared: a callback has state, and a moved `std::function` may leave a copy of it behind.
+    std::shared_ptr<const Completion> completionHandler_;
     std::shared_ptr<const ProgressCallback> progressHandler_;
     std::shared_ptr<FileUploader> fileUploader_;
     ProgressObservation progressObservationToken_;

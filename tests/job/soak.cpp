@@ -173,7 +173,9 @@ private:
             const std::scoped_lock lock(mutex_);
             broken_ = callsLeft_-- > 0 ? broken_ : "called after cancel()";
         }
-        hasOutcome_ = hasOutcome_ || isCompletion;
+        if (isCompletion) {
+            hasOutcome_ = true;
+        }
         if (isOneIn(3)) {
             actOnMainThread();
         }

@@ -12,9 +12,8 @@ namespace cirrus {
 namespace {
 
 std::unexpected<FileReadError> systemError(int code) {
-    return std::unexpected(FileReadError{
-        .code = code,
-        .text = code == EINVAL ? "Not a regular file" : std::generic_category().message(code)});
+    return std::unexpected(FileReadError{code == EINVAL ? "Not a regular file"
+                                                        : std::generic_category().message(code)});
 }
 
 /// Reads `size` bytes, or to the end if that is 0; fewer at the file's end or on an error.

@@ -13,9 +13,8 @@
 
 namespace cirrus {
 
-/// Why a file could not be read: the system's error code and its description.
+/// Why a file could not be read, in the system's words.
 struct FileReadError {
-    int code = 0;
     std::string text;
 
     [[nodiscard]] std::string diagnosticText() const { return text; }

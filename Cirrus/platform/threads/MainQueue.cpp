@@ -49,7 +49,7 @@ void MainQueue::setWakeUp(WakeUp wakeUp) noexcept {
 }
 
 void MainQueue::post(Task task) noexcept {
-    shared().tasks.post(std::move(task));
+    shared().tasks.post(std::exchange(task, nullptr));
     wakeHost();
 }
 

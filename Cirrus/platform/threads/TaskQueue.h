@@ -17,7 +17,7 @@ public:
     void post(Task task) {
         {
             const std::scoped_lock lock(mutex_);
-            tasks_.push_back(std::move(task));
+            tasks_.emplace_back().swap(task); // a move could leave a copy with the caller
         }
         changed_.notify_one(); // not under the lock, which the thread that wakes up wants at once
     }
@@ -53,7 +53,7 @@ private:
         if (tasks_.empty()) {
             return {};
         }
-        auto task = std::move(tasks_.front());
+        auto task = std::exchange(tasks_.front(), nullptr);
         tasks_.pop_front();
         return task;
     }
