@@ -1,6 +1,6 @@
 #pragma once
 
-/// All that a host needs.
+// All that a host needs.
 
 #include <Cirrus/Configuration.h>
 #include <Cirrus/Error.h>

@@ -45,13 +45,14 @@ public:
                          int line, const std::any& context) = 0;
 };
 
+/// Which operation of `LogSink` a line is for.
 enum class LogLevel { detail, notice, failure };
 
 /// Where a line was written; see `LogSink`.
 struct LogPlace {
-    std::string_view file;
-    std::string_view function;
-    int line = 0;
+    std::string_view file;     ///< only its last component has a meaning
+    std::string_view function; ///< the operation that wrote the line
+    int line = 0;              ///< in that file
 };
 
 /// A sink out of one function, for hosts that want every text. The function is called like the

@@ -42,15 +42,13 @@ enum class FailureReason {
 
 /// A file that was not uploaded.
 struct FailedFile {
-    /// As the host gave it.
-    std::filesystem::path path;
-    FailureReason reason = FailureReason::other;
+    std::filesystem::path path;                  ///< as the host gave it
+    FailureReason reason = FailureReason::other; ///< why it was not
     /// The code that the service gave with its refusal, as a rule the HTTP status.
     std::optional<std::int64_t> serviceCode;
-    /// The text for the user, UTF-8, to be shown beside the name; it may be empty.
-    std::string errorDescription;
-    /// What happened, for a log.
-    std::string diagnosticText;
+    std::string
+        errorDescription;       ///< for the user, UTF-8, to be shown beside the name; may be empty
+    std::string diagnosticText; ///< what happened, for a log
 };
 
 } // namespace cirrus

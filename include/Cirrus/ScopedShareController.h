@@ -23,8 +23,10 @@ public:
 
     ScopedShareController(const ScopedShareController&) = delete;
     ScopedShareController& operator=(const ScopedShareController&) = delete;
+    /// Takes over the other's job.
     ScopedShareController(ScopedShareController&&) noexcept = default;
 
+    /// Ends the job of this object and takes over the other's.
     ScopedShareController& operator=(ScopedShareController&& other) noexcept {
         if (this != &other) {
             stop();

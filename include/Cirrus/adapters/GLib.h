@@ -1,7 +1,7 @@
 #pragma once
 
-/// For hosts with a GLib main loop (GTK among them). Needs GLib's headers; the library itself does
-/// not.
+// For hosts with a GLib main loop (GTK among them). Needs GLib's headers; the library itself does
+// not.
 
 #include <glib.h>
 

@@ -1,6 +1,6 @@
 #pragma once
 
-/// For hosts with a Qt 6 event loop. Needs Qt's Core headers; the library itself does not.
+// For hosts with a Qt 6 event loop. Needs Qt's Core headers; the library itself does not.
 
 #include <QCoreApplication>
 #include <QObject>

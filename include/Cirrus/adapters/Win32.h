@@ -1,6 +1,6 @@
 #pragma once
 
-/// For hosts with a Windows message loop.
+// For hosts with a Windows message loop.
 
 #include <windows.h>
 
