@@ -80,7 +80,7 @@ TEST(Progress, TellsObserversOnceForEachChangeUntilTheyEnd) {
         progress->setCompletedUnitCount(4);
     });
     static_cast<void>(progress->observe([](const Progress&) { ADD_FAILURE(); }));
-    for (const std::uint64_t count : {0, 3, 3, 2, 4, 20, 10}) {
+    for (const std::uint64_t count : {0U, 3U, 3U, 2U, 4U, 20U, 10U}) {
         progress->setCompletedUnitCount(count);
     }
     progress->finish();
