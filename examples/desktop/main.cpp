@@ -9,6 +9,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <cstdlib>
 #include <iostream>
 #include <memory>
 #include <string_view>
@@ -53,8 +54,14 @@ Arguments readArguments(const QApplication& application) {
     parser.addOption(client);
     parser.addPositionalArgument("files", "What to share.", "[files...]");
     parser.process(application);
+    const auto bytes = toBytes(parser.value(rate));
+    if (parser.isSet(rate) && bytes == 0) {
+        std::cerr << "cirrus-desktop: not a size like 2M: " << parser.value(rate).toStdString()
+                  << '\n';
+        std::exit(1);
+    }
     return {.useEmulator = parser.isSet(emulator),
-            .rate = toBytes(parser.value(rate)),
+            .rate = bytes,
             .client = parser.value(client),
             .files = parser.positionalArguments()};
 }
