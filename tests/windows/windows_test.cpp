@@ -102,7 +102,7 @@ TEST(MessageLoop, RunsEveryTaskInOrderOnItsThread) {
     int count = 0;
     std::jthread poster([&, loopThread = std::this_thread::get_id()] {
         for (int number = 0; number < most; ++number) {
-            MainQueue::post([&, number] {
+            MainQueue::post([&, number, loopThread] {
                 EXPECT_EQ(std::this_thread::get_id(), loopThread);
                 EXPECT_EQ(count++, number);
                 while (number == 10 && count < 1000) {
